@@ -1,0 +1,29 @@
+#include "math/FxScalar.h"
+
+#include <cmath>
+
+double FX_Fabs(double x) { return x >= 0 ? x : -x; }
+
+double my_fabs(double x) { return FX_Fabs(x); }
+
+double FX_Sqrt(double x) { return std::sqrt(x); }
+
+double FX_SIN_ARC(double x) { return std::sin(x); }
+
+double FX_COS_ARC(double x) { return std::cos(x); }
+
+void FX_SIN_COS_ARC(double x, double* s, double* c)
+{
+    *s = std::sin(x);
+    *c = std::cos(x);
+}
+
+double FX_SIN_DEG(double x) { return std::sin(x * FX_DEG2RAD); }
+
+double FX_COS_DEG(double x) { return std::cos(x * FX_DEG2RAD); }
+
+void FX_SIN_COS_DEG(double x, double* s, double* c) { FX_SIN_COS_ARC(x * FX_DEG2RAD, s, c); }
+
+double FX_ATan2(double y, double x) { return std::atan2(y, x); }
+
+double FX_ACOS(double x) { return FX_ATan2(FX_Sqrt(1 - x * x), x); }

@@ -1,0 +1,23 @@
+// Scalar and angle helpers: absolute value, square root and trigonometry in
+// radians (_ARC) and degrees (_DEG). No domain guards: NaN propagates.
+#ifndef TOLVEX_MATH_FXSCALAR_H
+#define TOLVEX_MATH_FXSCALAR_H
+
+// Degrees to radians, radians to degrees, millimetres to metres.
+constexpr double FX_DEG2RAD = 0.017453292519943295;
+constexpr double FX_RAD2DEG = 57.29577951308232;
+constexpr double FX_MM2M = 0.001;
+
+double FX_Fabs(double x);    // x >= 0 ? x : -x (so -0.0 stays -0.0)
+double my_fabs(double x);    // same as FX_Fabs
+double FX_Sqrt(double x);    // NaN for x < 0, -0.0 for -0.0
+double FX_SIN_ARC(double x);
+double FX_COS_ARC(double x);
+void FX_SIN_COS_ARC(double x, double* s, double* c);
+double FX_SIN_DEG(double x); // sin(x * FX_DEG2RAD)
+double FX_COS_DEG(double x);
+void FX_SIN_COS_DEG(double x, double* s, double* c);
+double FX_ATan2(double y, double x);  // radians in [-pi, pi]
+double FX_ACOS(double x);             // FX_ATan2(FX_Sqrt(1 - x*x), x); NaN for |x| > 1
+
+#endif
