@@ -37,9 +37,12 @@ void FX_TmatO(double alpha, double a, double d, double q, double T[4][4]);
 void FX_SetLink(FX_Pilot* p, long i, double alpha, double a, double d, double theta,
                 double mass, double* com, double* inertia, double rotor_inertia);
 void FX_SetFlange(FX_Pilot* p, double alpha, double a, double d, double theta);
-// pose: x, y, z in mm and A, B, C in degrees; com 3 doubles; inertia 6 doubles.
+// pose: x, y, z in mm and A, B, C in degrees (scaled by pi/180 before the
+// degree-based pose builder); com 3 doubles; inertia 6 doubles.
 void FX_SetTool(FX_Pilot* p, double* pose, double mass, double* com, double* inertia);
 void FX_RemoveTool(FX_Pilot* p);
+// Tool pose in the base frame into T; refreshes links[i].T, local_T[0..n-1]
+// and chain_T[0..n]. Requires 1 <= n <= 8.
 void FX_KINE(FX_Pilot* p, double* q, double T[4][4]);
 
 #endif

@@ -1,0 +1,39 @@
+// Tolvex Kine: every public header of the library in one include.
+#ifndef TOLVEXKINE_H
+#define TOLVEXKINE_H
+
+#include "math/FxMatrix.h"
+#include "math/FxPose.h"
+#include "math/FxQuaternion.h"
+#include "math/FxScalar.h"
+
+#include "pilot/Pilot.h"
+#include "pilot/PilotIK.h"
+#include "pilot/PilotLmt.h"
+#include "pilot/PilotNSP.h"
+
+#include "config/CUT.h"
+#include "config/IniParser.h"
+
+#include "dynamics/FxChain.h"
+#include "dynamics/FxCoriolis.h"
+#include "dynamics/FxImpedance.h"
+#include "dynamics/FxInvDyn.h"
+#include "dynamics/FxMassMatrix.h"
+
+#include "ik7/IKLock7.h"
+#include "ik7/IKPoilt7.h"
+#include "ik7/IKSelect.h"
+#include "ik7/IKSpan.h"
+
+#include "motion/FXAVGF.h"
+#include "motion/FXNSyncDTS.h"
+#include "motion/FXVDT.h"
+#include "motion/FxTrigTables.h"
+
+#include "interface/Globals.h"
+#include "interface/ModelFile.h"
+#include "interface/RobotIniRoute.h"
+#include "interface/TolvexKine.h"
+
+#endif
