@@ -103,7 +103,7 @@ TEST(CUT, ExampleRobotIniLoads) {
   EXPECT_EQ(cfg.BusFreq, 1000);
   const CfgArm& arm = cfg.Arm[0];
   EXPECT_EQ(arm.Dof, 7);
-  EXPECT_EQ(arm.Type, 1017);
+  EXPECT_EQ(arm.Type, 1007);
   EXPECT_EQ(cfg.Arm[1].Type, 0);  // never loaded for arm 1
   EXPECT_EQ(cfg.Arm[1].Dof, 7);
   EXPECT_EQ(arm.GravityZ, -9.81);
