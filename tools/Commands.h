@@ -1,0 +1,69 @@
+// The tool's commands: each runs on parsed arguments and returns the exit code,
+// and each adds its results to a Report through the section functions below,
+// which the demo reuses on the bundled examples.
+#ifndef TOLVEX_TOOLS_COMMANDS_H
+#define TOLVEX_TOOLS_COMMANDS_H
+
+#include <string>
+#include <vector>
+
+#include "tools/Cli.h"
+
+// Numeric model file route (Pilot arm): joints in degrees, poses in mm.
+int runFk(const ParsedArgs& args);
+int runJacobian(const ParsedArgs& args);
+int runLimits(const ParsedArgs& args);
+int runIk(const ParsedArgs& args);
+int runNsp(const ParsedArgs& args);
+
+// robot.ini route (link chain, locked-joint IK).
+int runIni(const ParsedArgs& args);
+int runChainFk(const ParsedArgs& args);
+int runDyn(const ParsedArgs& args);
+int runIk7(const ParsedArgs& args);
+int runSpan(const ParsedArgs& args);
+
+int runProfile(const ParsedArgs& args);
+int runDemo(const ParsedArgs& args);
+
+// Sections on the loaded Pilot model.
+void reportFk(Report& report, double q[7]);
+void reportJacobian(Report& report, double q[7]);
+void reportLimits(Report& report, const std::vector<std::vector<double>>& postures);
+// Solves target (x, y, z, A, B, C) with reference ref; adds the joints, the
+// status bytes in words and the FK check. Returns the library's 1/0 result and
+// leaves the joints in `out`; on failure `why` explains the status bytes.
+bool reportIk(Report& report, double ref[7], double target[6], double out[7], std::string* why);
+// Solves the target, then re-solves it at each arm angle (degrees).
+bool reportArmAngles(Report& report, double ref[7], double target[6],
+                     const std::vector<double>& angles, std::string* why);
+
+// Sections on the loaded robot.ini chain.
+void reportChainLinks(Report& report);
+// Chain flange pose for joints in degrees (converted to radians for FX_KINE).
+void reportChainFk(Report& report, double qDeg[7]);
+// Joint torques of the chain (with the illustrative link dynamics) per posture
+// at rest: the gravity torques.
+void reportGravityTorques(Report& report, const std::vector<std::vector<double>>& postures,
+                          double g[3]);
+// Locked-joint solutions for each held joint-7 value (degrees): with `listAll`
+// every row of FX_IKLock7, and with a reference (ref not null) the row FX_IKRef7
+// selects. False when a value cannot be solved.
+bool reportIk7(Report& report, const std::vector<double>& q7s, double* ref, double target[6],
+               bool listAll);
+
+// Multi-axis profile from rest to `target`; one sample per cycle until settled.
+struct ProfileSettings {
+    int axes;
+    double cycleMs;
+    std::vector<double> vmax, acc, jerk, target;
+};
+struct ProfileSample {
+    double time;                 // s
+    double raw[8], pos[8], vel[8], acc[8];
+};
+std::vector<ProfileSample> runProfileCycles(const ProfileSettings& settings);
+void reportProfileSummary(Report& report, const ProfileSettings& settings,
+                          const std::vector<ProfileSample>& samples);
+
+#endif

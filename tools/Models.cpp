@@ -1,0 +1,298 @@
+#include "tools/Models.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "interface/Globals.h"
+#include "interface/ModelFile.h"
+#include "interface/RobotIniRoute.h"
+#include "tools/Cli.h"
+#include "tools/EmbeddedExamples.h"
+
+std::string captureStdout(const std::function<void()>& action)
+{
+    std::fflush(stdout);
+    FILE* sink = std::tmpfile();
+    if (!sink)
+        throw Failure(std::string("cannot divert standard output: ") + std::strerror(errno));
+    int saved = dup(fileno(stdout));
+    if (saved < 0) {
+        std::fclose(sink);
+        throw Failure(std::string("cannot divert standard output: ") + std::strerror(errno));
+    }
+    dup2(fileno(sink), fileno(stdout));
+    action();
+    std::fflush(stdout);
+    dup2(saved, fileno(stdout));
+    close(saved);
+
+    std::string text;
+    std::rewind(sink);
+    char chunk[512];
+    size_t got = 0;
+    while ((got = std::fread(chunk, 1, sizeof chunk, sink)) > 0)
+        text.append(chunk, got);
+    std::fclose(sink);
+    return text;
+}
+
+std::string modelName(const std::string& path)
+{
+    return path.empty() ? std::string(kBundledModel.source) + " (bundled)" : path;
+}
+
+std::string robotName(const std::string& path)
+{
+    return path.empty() ? std::string(kBundledRobot.source) + " (bundled)" : path;
+}
+
+namespace {
+
+std::vector<char> readWholeFile(const std::string& path)
+{
+    FILE* file = std::fopen(path.c_str(), "rb");
+    if (!file)
+        throw Failure("model file '" + path + "': " + std::strerror(errno));
+    std::vector<char> bytes;
+    char chunk[4096];
+    size_t got = 0;
+    while ((got = std::fread(chunk, 1, sizeof chunk, file)) > 0)
+        bytes.insert(bytes.end(), chunk, chunk + got);
+    bool failed = std::ferror(file) != 0;
+    int error = errno;
+    std::fclose(file);
+    if (failed)
+        throw Failure("model file '" + path + "': " + std::strerror(error));
+    return bytes;
+}
+
+bool isLineEnd(char c)
+{
+    return c == '\r' || c == '\n';
+}
+
+// 1-based number of the text line holding byte `offset` (LF, CR LF and CR end a line).
+long lineAt(const std::vector<char>& text, size_t offset)
+{
+    long line = 1;
+    for (size_t i = 0; i < offset && i < text.size(); ++i)
+        if (text[i] == '\n' || (text[i] == '\r' && (i + 1 >= text.size() || text[i + 1] != '\n')))
+            ++line;
+    return line;
+}
+
+// Why the line reader stopped at `start`: the block ends early, the last line has no
+// line end, a byte 0xFF ends the file, or the line is too long.
+std::string lineReadProblem(const std::vector<char>& text, size_t start, int linesRead)
+{
+    size_t first = start;
+    while (first < text.size() && isLineEnd(text[first]))
+        ++first;
+    size_t end = first;
+    while (end < text.size() && !isLineEnd(text[end]) && text[end] != '\xff')
+        ++end;
+    std::string line = "line " + std::to_string(lineAt(text, first));
+    if (first >= text.size() || text[first] == '\xff')
+        return "ends after " + std::to_string(linesRead) + " of the 13 lines of a model block";
+    if (end < text.size() && text[end] == '\xff')
+        return line + ": a byte 0xFF ends the file";
+    if (end - first > 1000)
+        return line + " is longer than 1000 characters";
+    return line + " has no line end";
+}
+
+// Walks the model block with the library's own line reader and number parser to
+// name the first line that fails it.
+std::string diagnoseModel(std::vector<char>& text)
+{
+    static const int kNumbersPerLine[13] = {1, 8, 8, 8, 8, 8, 8, 8, 4, 3, 3, 3, 3};
+    FILE* stream = fmemopen(text.data(), text.size(), "rb");
+    if (!stream)
+        return std::string("cannot read: ") + std::strerror(errno);
+    std::string problem;
+    char line[kModelLineCapacity];
+    std::vector<double> values(kModelLineCapacity);  // a 1000-character line holds at most 500
+    for (int k = 0; k < 13 && problem.empty(); ++k) {
+        size_t start = static_cast<size_t>(std::ftell(stream));
+        if (!OnGetLine(stream, line)) {
+            problem = lineReadProblem(text, start, k);
+            break;
+        }
+        std::string where = "line " + std::to_string(lineAt(text, std::ftell(stream) - 1));
+        long count = 0;
+        if (!OnGetValue(line, values.data(), count))
+            problem = where + ": malformed number (a second '-' or '.')";
+        else if (count != kNumbersPerLine[k])
+            problem = where + " holds " + std::to_string(count) + " numbers, " +
+                      std::to_string(kNumbersPerLine[k]) + " expected";
+        else if (k == 0 && static_cast<long>(values[0] + 0.1) != 1007 &&
+                 static_cast<long>(values[0] + 0.1) != 1017)
+            problem = where + ": type code " + std::to_string(static_cast<long>(values[0] + 0.1)) +
+                      " is neither 1007 nor 1017";
+    }
+    std::fclose(stream);
+    return problem.empty() ? "the model block does not load" : problem;
+}
+
+std::vector<char> bundledBytes(const EmbeddedFile& file)
+{
+    return std::vector<char>(file.data, file.data + file.size);
+}
+
+void loadModelText(std::vector<char> text, const std::string& name)
+{
+    if (text.empty())
+        throw Failure("model file '" + name + "': the file is empty");
+    FILE* stream = fmemopen(text.data(), text.size(), "rb");
+    if (!stream)
+        throw Failure("model file '" + name + "': " + std::strerror(errno));
+    bool loaded = false;
+    // A coupled model prints its corner curves while it loads; keep them out of the tables.
+    captureStdout([&] { loaded = OnInitPilotPilotLmt(stream, &pilot, &lmt); });
+    std::fclose(stream);
+    if (!loaded)
+        throw Failure("model file '" + name + "': " + diagnoseModel(text));
+    m_Init_tag = 1;
+}
+
+}  // namespace
+
+void loadModel(const std::string& path)
+{
+    loadModelText(path.empty() ? bundledBytes(kBundledModel) : readWholeFile(path), modelName(path));
+}
+
+void loadModel(const EmbeddedFile& bundled)
+{
+    loadModelText(bundledBytes(bundled), std::string(bundled.source) + " (bundled)");
+}
+
+std::string loadRobotIni(const std::string& path, bool* ok)
+{
+    std::string file = path;
+    if (path.empty()) {
+        // The loader needs a path: write the bundled text to a private temporary file.
+        const char* dir = std::getenv("TMPDIR");
+        file = std::string(dir && *dir ? dir : "/tmp") + "/tolvex-kine-robot.XXXXXX";
+        int fd = mkstemp(&file[0]);
+        if (fd < 0)
+            throw Failure(std::string("cannot create a temporary robot.ini: ") + std::strerror(errno));
+        bool written = write(fd, kBundledRobot.data, kBundledRobot.size) ==
+                       static_cast<ssize_t>(kBundledRobot.size);
+        close(fd);
+        if (!written) {
+            unlink(file.c_str());
+            throw Failure("cannot write a temporary robot.ini");
+        }
+    }
+    int result = 0;
+    std::string lines = captureStdout([&] { result = OnInitKine(file.c_str()); });
+    if (path.empty())
+        unlink(file.c_str());
+    *ok = result == 1;
+    return lines;
+}
+
+void loadRobot(const std::string& path)
+{
+    bool ok = false;
+    std::string lines = loadRobotIni(path, &ok);
+    if (ok)
+        return;
+    while (!lines.empty() && isLineEnd(lines.back()))
+        lines.pop_back();
+    size_t lastBreak = lines.find_last_of('\n');
+    std::string verdict = lastBreak == std::string::npos ? lines : lines.substr(lastBreak + 1);
+    if (verdict.empty() || verdict.find("success") != std::string::npos)
+        verdict = "arm 0 has a link count (Dof) outside 0..7";
+    throw Failure("robot file '" + robotName(path) + "': " + verdict);
+}
+
+void requireSevenLinks(const std::string& command)
+{
+    if (rob.n != 7)
+        throw Failure(command + ": the robot has " + std::to_string(rob.n) +
+                      " links in arm 0, 7 needed");
+}
+
+LinkDynamics illustrativeDynamics(int i)
+{
+    // A 25 kg class arm: masses and centres of mass (m, link frame); each link's
+    // inertia about its centre of mass is diag(0.02, 0.02, 0.01) kg*m^2.
+    static const double kMass[7] = {3.9, 4.2, 3.2, 2.6, 2.1, 1.3, 0.4};
+    static const double kCentre[7][3] = {{0, -0.03, -0.08}, {0, 0.04, 0.03}, {0, 0.02, -0.2},
+                                         {0.01, -0.03, 0.02}, {0, -0.05, -0.15},
+                                         {0, 0.004, 0.02}, {0, 0, 0.04}};
+    static const double kRotor[7] = {0.08, 0.08, 0.05, 0.05, 0.02, 0.02, 0.02};
+    return LinkDynamics{kMass[i], {kCentre[i][0], kCentre[i][1], kCentre[i][2]},
+                        {0.02, 0.0, 0.0, 0.02, 0.0, 0.01}, kRotor[i]};
+}
+
+namespace {
+
+// Dynamic parameters of one link about its frame origin.
+struct OriginParameters {
+    double J[6];    // xx, xy, xz, yy, yz, zz, kg*m^2
+    double MS[3];   // first moment, kg*m
+    double M;       // mass, kg
+};
+
+OriginParameters aboutOrigin(const LinkDynamics& link)
+{
+    const double m = link.mass, x = link.centre[0], y = link.centre[1], z = link.centre[2];
+    const double* I = link.inertia;
+    // Parallel axes: I_origin = I_centre + m (|c|^2 E - c c^T).
+    return OriginParameters{{I[0] + m * (y * y + z * z), I[1] - m * x * y, I[2] - m * x * z,
+                             I[3] + m * (x * x + z * z), I[4] - m * y * z, I[5] + m * (x * x + y * y)},
+                            {m * x, m * y, m * z},
+                            m};
+}
+
+// Folds link j's mass, its first moment along z and its yy inertia into link j-1
+// (regrouping for revolute joints in modified Denavit-Hartenberg form), leaving
+// on link j the parameters its own joint still sees: xx - yy, xy, xz, yz, zz, mx, my.
+void foldIntoParent(const FX_Link& link, OriginParameters& child, OriginParameters& parent)
+{
+    const double S = std::sin(link.alpha), C = std::cos(link.alpha), a = link.a, d = link.d;
+    const double YY = child.J[3], MZ = child.MS[2], M = child.M;
+    parent.J[0] += YY + 2 * d * MZ + d * d * M;
+    parent.J[1] += a * S * (MZ + d * M);
+    parent.J[2] -= a * C * (MZ + d * M);
+    parent.J[3] += C * C * YY + 2 * d * C * C * MZ + (d * d * C * C + a * a) * M;
+    parent.J[4] += C * S * (YY + 2 * d * MZ + d * d * M);
+    parent.J[5] += S * S * YY + 2 * d * S * S * MZ + (d * d * S * S + a * a) * M;
+    parent.MS[0] += a * M;
+    parent.MS[1] -= S * (MZ + d * M);
+    parent.MS[2] += C * (MZ + d * M);
+    parent.M += M;
+    child.J[0] -= YY;
+    child.J[3] = 0.0;
+    child.MS[2] = 0.0;
+    child.M = 0.0;
+}
+
+}  // namespace
+
+void applyIllustrativeDynamics(FX_Pilot* rob)
+{
+    // The library's dynamics take regrouped parameters: no link mass term, the
+    // outer links' masses carried in the inner links' first moments and inertias
+    // (as FX_SetTool does for a tool).
+    OriginParameters p[7];
+    for (int i = 0; i < 7; ++i)
+        p[i] = aboutOrigin(illustrativeDynamics(i));
+    for (int j = 6; j >= 1; --j)
+        foldIntoParent(rob->links[j], p[j], p[j - 1]);
+    for (int i = 0; i < 7; ++i) {
+        FX_Link& geometry = rob->links[i];
+        FX_SetLink(rob, i, geometry.alpha, geometry.a, geometry.d, geometry.theta,
+                   illustrativeDynamics(i).mass, p[i].MS, p[i].J, illustrativeDynamics(i).rotor_inertia);
+    }
+    FX_RemoveTool(rob);
+}

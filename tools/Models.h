@@ -1,0 +1,52 @@
+// Loading the two model descriptions into the library's global records for the
+// tool: the numeric model file (Pilot arm) and robot.ini (link chain, locked-joint
+// IK), from a path or from the copies bundled in the binary, with the library's
+// console lines kept out of the tool's output.
+#ifndef TOLVEX_TOOLS_MODELS_H
+#define TOLVEX_TOOLS_MODELS_H
+
+#include <functional>
+#include <string>
+
+#include "dynamics/FxChain.h"
+#include "tools/EmbeddedExamples.h"
+
+// Runs `action` with standard output diverted and returns what it printed.
+std::string captureStdout(const std::function<void()>& action);
+
+// Sets up the global `pilot` and `lmt` from the model file at `path` (empty:
+// the bundled examples/model-1017.txt) and sets m_Init_tag. Throws Failure
+// "model file '<path>': <what is wrong>" for an unreadable or malformed file.
+void loadModel(const std::string& path);
+// The same from one of the bundled examples.
+void loadModel(const EmbeddedFile& bundled);
+
+// Name under which a model or robot file is shown: the path, or the bundled example.
+std::string modelName(const std::string& path);
+std::string robotName(const std::string& path);
+
+// Loads robot.ini from `path` (empty: the bundled examples/robot.ini) through
+// OnInitKine. Returns the loader's console lines; *ok tells whether it succeeded.
+std::string loadRobotIni(const std::string& path, bool* ok);
+// loadRobotIni that throws Failure "robot file '<path>': <loader's message>".
+void loadRobot(const std::string& path);
+
+// Throws Failure "<command>: the robot has n links in arm 0, 7 needed" unless the chain has 7.
+void requireSevenLinks(const std::string& command);
+
+// Illustrative physical parameters of one link.
+struct LinkDynamics {
+    double mass;            // kg
+    double centre[3];       // centre of mass in the link frame, m
+    double inertia[6];      // xx, xy, xz, yy, yz, zz about the centre of mass, kg*m^2
+    double rotor_inertia;   // reflected rotor inertia, kg*m^2
+};
+
+// The parameters of link i (0..6).
+LinkDynamics illustrativeDynamics(int i);
+// Gives the seven links of `rob` the illustrative parameters, regrouped into
+// the form the library's dynamics takes (geometry unchanged), and rebuilds the
+// parameter sums with FX_RemoveTool.
+void applyIllustrativeDynamics(FX_Pilot* rob);
+
+#endif

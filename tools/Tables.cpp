@@ -1,0 +1,75 @@
+#include "tools/Tables.h"
+
+#include <cmath>
+
+#include "math/FxPose.h"
+#include "math/FxScalar.h"
+
+std::vector<std::string> jointColumns(const char* unit, int count)
+{
+    std::vector<std::string> names;
+    for (int i = 1; i <= count; ++i)
+        names.push_back("q" + std::to_string(i) + " [" + unit + "]");
+    return names;
+}
+
+std::vector<std::string> xyzabcColumns()
+{
+    return {"x [mm]", "y [mm]", "z [mm]", "A [deg]", "B [deg]", "C [deg]"};
+}
+
+std::vector<std::string> columns(std::vector<std::string> first,
+                                 const std::vector<std::string>& more)
+{
+    first.insert(first.end(), more.begin(), more.end());
+    return first;
+}
+
+void appendNumbers(std::vector<Cell>& row, const double* values, int count, int decimals)
+{
+    for (int i = 0; i < count; ++i)
+        row.push_back(num(values[i], decimals));
+}
+
+void degreesToRadians(const double* deg, double* rad, int count)
+{
+    for (int i = 0; i < count; ++i)
+        rad[i] = deg[i] * FX_DEG2RAD;
+}
+
+void poseToXyzabc(double pose[4][4], double toMm, double xyzabc[6])
+{
+    // The extraction returns A, B, C in radians.
+    FX_Matrix42XYZABCDEG(pose, xyzabc);
+    for (int i = 0; i < 3; ++i) {
+        xyzabc[i] *= toMm;
+        xyzabc[3 + i] *= FX_RAD2DEG;
+    }
+}
+
+Table poseMatrixTable(const std::string& title, double pose[4][4], const char* unit, int decimals)
+{
+    Table table{title, {"row", "c0", "c1", "c2", std::string("c3 [") + unit + "]"}, {}};
+    for (int r = 0; r < 4; ++r) {
+        std::vector<Cell> row{word(std::to_string(r))};
+        for (int c = 0; c < 3; ++c)
+            row.push_back(num(pose[r][c], 6));
+        row.push_back(num(pose[r][3], decimals));
+        table.addRow(row);
+    }
+    return table;
+}
+
+void poseDifference(double a[4][4], double b[4][4], double* distance, double* angleDeg)
+{
+    double dx = a[0][3] - b[0][3], dy = a[1][3] - b[1][3], dz = a[2][3] - b[2][3];
+    *distance = std::sqrt(dx * dx + dy * dy + dz * dz);
+    // R = Ra^T Rb: its trace is 1 + 2 cos(angle), its skew part 2 sin(angle) times the axis.
+    double r[3][3];
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            r[i][j] = a[0][i] * b[0][j] + a[1][i] * b[1][j] + a[2][i] * b[2][j];
+    double sx = r[2][1] - r[1][2], sy = r[0][2] - r[2][0], sz = r[1][0] - r[0][1];
+    double twiceSine = std::sqrt(sx * sx + sy * sy + sz * sz);
+    *angleDeg = std::atan2(twiceSine, r[0][0] + r[1][1] + r[2][2] - 1.0) * FX_RAD2DEG;
+}

@@ -1,0 +1,35 @@
+// Table pieces shared by the commands: joint-vector and pose columns with their
+// units, and the conversion of a pose matrix to x, y, z, A, B, C in degrees.
+#ifndef TOLVEX_TOOLS_TABLES_H
+#define TOLVEX_TOOLS_TABLES_H
+
+#include <string>
+#include <vector>
+
+#include "tools/Cli.h"
+
+// "q1 [unit]" ... "q<count> [unit]".
+std::vector<std::string> jointColumns(const char* unit, int count = 7);
+// "x [mm]", "y [mm]", "z [mm]", "A [deg]", "B [deg]", "C [deg]".
+std::vector<std::string> xyzabcColumns();
+// `first` followed by `more`.
+std::vector<std::string> columns(std::vector<std::string> first,
+                                 const std::vector<std::string>& more);
+
+// Appends `count` numbers to `row`.
+void appendNumbers(std::vector<Cell>& row, const double* values, int count, int decimals = 3);
+
+// rad[i] = deg[i] in radians.
+void degreesToRadians(const double* deg, double* rad, int count);
+
+// x, y, z (the pose's translation times `toMm`) and A, B, C in degrees.
+void poseToXyzabc(double pose[4][4], double toMm, double xyzabc[6]);
+
+// The 4x4 matrix as a table: rotation unitless, translation in `unit`.
+Table poseMatrixTable(const std::string& title, double pose[4][4], const char* unit, int decimals);
+
+// Distance between the translations (in the poses' unit) and angle between the
+// rotations (degrees) of two poses.
+void poseDifference(double a[4][4], double b[4][4], double* distance, double* angleDeg);
+
+#endif

@@ -1,0 +1,183 @@
+// tolvex-kine: the command-line face of the library for the engineers who
+// tune a robot. Dispatches to the commands and prints the help.
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+
+#include "tools/Cli.h"
+#include "tools/Commands.h"
+
+namespace {
+
+struct Command {
+    const char* name;
+    const char* summary;
+    const char* usage;              // what follows "tolvex-kine <name>"
+    const char* example;            // arguments of one example call
+    int positional;                 // count of positional numbers, -1 for none
+    const char* positionalMeta;
+    std::vector<OptionDef> options;
+    int (*run)(const ParsedArgs&);
+    const char* details;            // more lines of help
+};
+
+const OptionDef kModel{"--model", OptionKind::Text, 0, "FILE",
+                        "numeric model file (default: the bundled examples/model-1017.txt)"};
+const OptionDef kRobot{"--robot", OptionKind::Text, 0, "FILE",
+                        "robot.ini (default: the bundled examples/robot.ini)"};
+const OptionDef kRef{"--ref", OptionKind::Numbers, 7, "q1 ... q7", "reference joints [deg]", true};
+const OptionDef kOptionalRef{"--ref", OptionKind::Numbers, 7, "q1 ... q7",
+                              "reference joints [deg]: mark the solution selected for them"};
+const OptionDef kCsv{"--csv", OptionKind::Flag, 0, "", "machine-readable CSV output"};
+const OptionDef kJson{"--json", OptionKind::Flag, 0, "", "machine-readable JSON output"};
+
+const char* const kJoints = "q1 ... q7";
+const char* const kTarget = "x y z A B C";
+
+const std::vector<Command>& commands()
+{
+    static const std::vector<Command> kCommands = {
+        {"fk", "tool pose of seven joint angles (Pilot model)", "[--model FILE] q1 ... q7",
+         "0 0 0 0 0 0 0", 7, kJoints, {kModel}, runFk,
+         "Joints in degrees; the pose as a 4x4 matrix (mm) and as XYZABC (mm, degrees,\n"
+         "R = Rz(C) Ry(B) Rx(A))."},
+        {"jacobian", "6x7 Jacobian of the tool centre (Pilot model)", "[--model FILE] q1 ... q7",
+         "10 -30 -20 -60 15 -40 -25", 7, kJoints, {kModel}, runJacobian,
+         "Per radian of joint motion: rows 0-2 in m/rad, rows 3-5 (the joint axes) unitless."},
+        {"limits", "joints outside their limits and the joint-6/7 boundary point",
+         "[--model FILE] q1 ... q7", "175 0 0 0 0 100 150", 7, kJoints, {kModel}, runLimits,
+         "Joints 1-5 against their min/max (a value on a limit is inside); joints 6 and 7\n"
+         "together against the corner curves of their coupled range."},
+        {"ik", "joints for a tool pose, elbow from a reference (Pilot model)",
+         "[--model FILE] --ref q1 ... q7 x y z A B C",
+         "--ref 0 -30 0 -60 0 -40 0 700 30 640 150 50 165", 6, kTarget, {kModel, kRef}, runIk,
+         "Target in mm and degrees. Reference joint 4 picks the elbow branch, joints 1-2\n"
+         "the elbow plane. Exit status 1 when the target cannot be solved."},
+        {"nsp", "re-solve a pose at other arm angles (elbow turned, tool kept)",
+         "[--model FILE] --ref q1 ... q7 --angle PSI x y z A B C",
+         "--ref 0 -30 0 -60 0 -40 0 --angle 45 700 30 640 150 50 165", 6, kTarget,
+         {kModel, kRef,
+          {"--angle", OptionKind::Numbers, 1, "PSI", "arm angle [deg]", true}},
+         runNsp, "Arm angle 0 (the ik solution) is listed first; the elbow point shows the turn."},
+        {"ini", "load a robot.ini and show arm 0's links", "[--robot FILE]", "", -1, "", {kRobot},
+         runIni, "Prints the loader's verdict and the DH values as in the file and as the chain holds them."},
+        {"chain-fk", "flange pose of the link chain built from robot.ini", "[--robot FILE] q1 ... q7",
+         "10 -30 -20 -60 15 -40 -25", 7, kJoints, {kRobot}, runChainFk,
+         "Joints in degrees, given to FX_KINE in radians; pose in metres and as XYZABC in mm/degrees."},
+        {"dyn", "joint torques, mass and Coriolis matrices of the chain",
+         "[--robot FILE] --q q1 ... q7 [--qd ...] [--qdd ...] [--g gx gy gz]",
+         "--q 10 -30 -20 -60 15 -40 -25 --qd 20 0 0 0 0 0 0", -1, "",
+         {kRobot,
+          {"--q", OptionKind::Numbers, 7, "q1 ... q7", "joint positions [deg]", true},
+          {"--qd", OptionKind::Numbers, 7, "qd1 ... qd7", "joint velocities [deg/s] (default 0)"},
+          {"--qdd", OptionKind::Numbers, 7, "qdd1 ... qdd7",
+           "joint accelerations [deg/s^2] (default 0)"},
+          {"--g", OptionKind::Numbers, 3, "gx gy gz",
+           "gravity [m/s^2] (default 0 -9.81 0); only gy acts: this library takes gravity "
+           "along base y"}},
+         runDyn,
+         "robot.ini gives no link dynamics: illustrative link parameters are set and shown."},
+        {"ik7", "all locked-joint solutions with joint 7 held (chain model)",
+         "[--robot FILE] --q7 Q7 [--ref q1 ... q7] x y z A B C",
+         "--q7 -25 --ref 10 -30 -20 -60 15 -40 -25 709.5 -21.3 629 -158.2 48.1 -154.8", 6, kTarget,
+         {kRobot, {"--q7", OptionKind::Numbers, 1, "Q7", "joint 7 held at [deg]", true},
+          kOptionalRef},
+         runIk7, "Target: the flange pose in mm and degrees. With --ref the row FX_IKRef7 selects is marked."},
+        {"span", "how the joints move when joint 7 moves a step either way",
+         "[--robot FILE] --ref q1 ... q7 [--step S] x y z A B C",
+         "--ref 10 -30 -20 -60 15 -40 -25 --step 1 709.5 -21.3 629 -158.2 48.1 -154.8", 6, kTarget,
+         {kRobot, kRef, {"--step", OptionKind::Numbers, 1, "S", "joint-7 step [deg] (default 1)"}},
+         runSpan, "Probes joint 7 at ref q7 and ref q7 +/- step with the flange at the target."},
+        {"profile", "multi-axis S-curve profile from rest, one CSV row per cycle",
+         "--axes N --cycle MS --vmax ... --acc ... --jerk ... --target ... [--summary] [--svg FILE]",
+         "--axes 2 --cycle 1 --vmax 100 --acc 500 --jerk 20000 --target 90 -45 --summary", -1, "",
+         {{"--axes", OptionKind::Numbers, 1, "N", "number of axes, 1 to 8", true},
+          {"--cycle", OptionKind::Numbers, 1, "MS", "control cycle [ms]", true},
+          {"--vmax", OptionKind::List, 0, "V...", "velocity limits [u/s], one or one per axis", true},
+          {"--acc", OptionKind::List, 0, "A...", "acceleration limits [u/s^2]", true},
+          {"--jerk", OptionKind::List, 0, "J...", "jerk limits [u/s^3]", true},
+          {"--target", OptionKind::List, 0, "P...", "target positions [u]", true},
+          {"--summary", OptionKind::Flag, 0, "", "a table per axis instead of the cycle rows"},
+          {"--svg", OptionKind::Text, 0, "FILE", "also draw position, velocity, acceleration"}},
+         runProfile,
+         "u is the axes' own unit (e.g. degrees). All axes start at 0; rows run until every\n"
+         "axis has settled on its target."},
+        {"demo", "a guided tour of every capability on the bundled examples", "", "", -1, "", {},
+         runDemo, "Readable in a terminal; takes no arguments."},
+    };
+    return kCommands;
+}
+
+void printCommandHelp(const Command& c)
+{
+    std::string summary = c.summary;
+    summary[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(summary[0])));
+    std::printf("usage: tolvex-kine %s %s\n\n%s.\n%s\n", c.name, c.usage, summary.c_str(), c.details);
+    std::vector<OptionDef> options = c.options;
+    options.push_back(kCsv);
+    options.push_back(kJson);
+    std::printf("\noptions:\n");
+    for (const OptionDef& o : options) {
+        std::string left = std::string(o.name) + (o.meta[0] ? std::string(" ") + o.meta : "");
+        std::printf("  %-26s %s\n", left.c_str(), o.help);
+    }
+    std::printf("  %-26s %s\n", "--help", "this text");
+    std::printf("\nexample:\n  tolvex-kine %s%s%s\n", c.name, c.example[0] ? " " : "", c.example);
+}
+
+void printHelp()
+{
+    std::printf("usage: tolvex-kine <command> [options] [values]\n"
+                "Kinematics, dynamics and motion profiles of the seven-axis arm.\n"
+                "Angles in degrees and lengths in millimetres unless a column says otherwise.\n"
+                "Without --model/--robot the bundled example files are used.\n\ncommands:\n");
+    for (const Command& c : commands())
+        std::printf("  %-9s %s\n            e.g. tolvex-kine %s%s%s\n", c.name, c.summary, c.name,
+                    c.example[0] ? " " : "", c.example);
+    std::printf("\nEvery command takes --csv or --json for machine-readable output and --help.\n"
+                "Exit status: 0 done, 1 computation failed (e.g. out of reach) or bad model file,\n"
+                "2 usage error.\n");
+}
+
+int dispatch(int argc, char** argv)
+{
+    if (argc < 2)
+        throw UsageError("no command given (see 'tolvex-kine --help')");
+    std::string name = argv[1];
+    if (name == "--help" || name == "-h" || name == "help") {
+        printHelp();
+        return 0;
+    }
+    for (const Command& c : commands()) {
+        if (name != c.name)
+            continue;
+        std::vector<std::string> args(argv + 2, argv + argc);
+        for (const std::string& a : args)
+            if (a == "--help" || a == "-h") {
+                printCommandHelp(c);
+                return 0;
+            }
+        std::vector<OptionDef> options = c.options;
+        options.push_back(kCsv);
+        options.push_back(kJson);
+        return c.run(parseArgs(c.name, args, options, c.positional, c.positionalMeta));
+    }
+    throw UsageError("unknown command '" + name + "' (see 'tolvex-kine --help')");
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return dispatch(argc, argv);
+    } catch (const UsageError& e) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "tolvex-kine: %s\n", e.what());
+        return 2;
+    } catch (const Failure& e) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "tolvex-kine: %s\n", e.what());
+        return 1;
+    }
+}
