@@ -43,13 +43,7 @@ void reportChainFk(Report& report, double qDeg[7])
     joints.addRow(rad);
     report.add(joints);
     report.add(poseMatrixTable("Chain flange pose (metres)", pose, "m", 6));
-    Table xyzabc{"Chain flange pose as XYZABC", xyzabcColumns(), {}};
-    double values[6];
-    poseToXyzabc(pose, 1000.0, values);
-    std::vector<Cell> row;
-    appendNumbers(row, values, 6);
-    xyzabc.addRow(row);
-    report.add(xyzabc);
+    report.add(xyzabcTable("Chain flange pose as XYZABC", pose, 1000.0));
 }
 
 int runIni(const ParsedArgs& args)

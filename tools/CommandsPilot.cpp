@@ -63,13 +63,7 @@ void reportFk(Report& report, double q[7])
     double pose[4][4];
     OnKine(q, pose);
     report.add(poseMatrixTable("Tool pose for q = (" + joinNumbers(q, 7) + ") deg", pose, "mm", 3));
-    Table xyzabc{"Tool pose as XYZABC (R = Rz(C) Ry(B) Rx(A))", xyzabcColumns(), {}};
-    double values[6];
-    poseToXyzabc(pose, 1.0, values);
-    std::vector<Cell> row;
-    appendNumbers(row, values, 6);
-    xyzabc.addRow(row);
-    report.add(xyzabc);
+    report.add(xyzabcTable("Tool pose as XYZABC (R = Rz(C) Ry(B) Rx(A))", pose, 1.0));
 }
 
 void reportJacobian(Report& report, double q[7])

@@ -47,6 +47,17 @@ void poseToXyzabc(double pose[4][4], double toMm, double xyzabc[6])
     }
 }
 
+Table xyzabcTable(const std::string& title, double pose[4][4], double toMm)
+{
+    Table table{title, xyzabcColumns(), {}};
+    double values[6];
+    poseToXyzabc(pose, toMm, values);
+    std::vector<Cell> row;
+    appendNumbers(row, values, 6);
+    table.addRow(row);
+    return table;
+}
+
 Table poseMatrixTable(const std::string& title, double pose[4][4], const char* unit, int decimals)
 {
     Table table{title, {"row", "c0", "c1", "c2", std::string("c3 [") + unit + "]"}, {}};

@@ -25,6 +25,9 @@ void degreesToRadians(const double* deg, double* rad, int count);
 // x, y, z (the pose's translation times `toMm`) and A, B, C in degrees.
 void poseToXyzabc(double pose[4][4], double toMm, double xyzabc[6]);
 
+// One-row XYZABC table of the pose (translation times `toMm`, angles in degrees).
+Table xyzabcTable(const std::string& title, double pose[4][4], double toMm);
+
 // The 4x4 matrix as a table: rotation unitless, translation in `unit`.
 Table poseMatrixTable(const std::string& title, double pose[4][4], const char* unit, int decimals);
 
