@@ -24,6 +24,11 @@ int runIk7(const ParsedArgs& args);
 int runSpan(const ParsedArgs& args);
 
 int runProfile(const ParsedArgs& args);
+
+// Prints the section `section` for the seven joint values of the command line,
+// with an optional closing note; the model must already be loaded. Returns 0.
+int printJointSection(const ParsedArgs& args, void (*section)(Report&, double*),
+                      const char* note = nullptr);
 int runDemo(const ParsedArgs& args);
 
 // Sections on the loaded Pilot model.

@@ -73,10 +73,5 @@ int runChainFk(const ParsedArgs& args)
 {
     loadRobot(args.textOr("--robot", ""));
     requireSevenLinks("chain-fk");
-    double q[7];
-    copyValues(args.values, q, 7);
-    Report report(formatOf(args));
-    reportChainFk(report, q);
-    report.print(stdout);
-    return 0;
+    return printJointSection(args, reportChainFk);
 }

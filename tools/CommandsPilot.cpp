@@ -190,27 +190,30 @@ bool reportArmAngles(Report& report, double ref[7], double target[6],
     return allSolved;
 }
 
-int runFk(const ParsedArgs& args)
+int printJointSection(const ParsedArgs& args, void (*section)(Report&, double*), const char* note)
 {
-    loadModel(args.textOr("--model", ""));
     double q[7];
     copyValues(args.values, q, 7);
     Report report(formatOf(args));
-    reportFk(report, q);
+    section(report, q);
+    if (note != nullptr)
+        report.note(note);
     report.print(stdout);
     return 0;
+}
+
+int runFk(const ParsedArgs& args)
+{
+    loadModel(args.textOr("--model", ""));
+    return printJointSection(args, reportFk);
 }
 
 int runJacobian(const ParsedArgs& args)
 {
     loadModel(args.textOr("--model", ""));
-    double q[7];
-    copyValues(args.values, q, 7);
-    Report report(formatOf(args));
-    reportJacobian(report, q);
-    report.note("Columns are per radian of joint motion; rows 0-2 in metres, rows 3-5 the joint axes.");
-    report.print(stdout);
-    return 0;
+    return printJointSection(
+        args, reportJacobian,
+        "Columns are per radian of joint motion; rows 0-2 in metres, rows 3-5 the joint axes.");
 }
 
 int runLimits(const ParsedArgs& args)
