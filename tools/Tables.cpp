@@ -41,9 +41,10 @@ void poseToXyzabc(double pose[4][4], double toMm, double xyzabc[6])
 {
     // The extraction returns A, B, C in radians.
     FX_Matrix42XYZABCDEG(pose, xyzabc);
+    // Adding 0.0 turns a negative zero into 0, so no "-0" is printed.
     for (int i = 0; i < 3; ++i) {
-        xyzabc[i] *= toMm;
-        xyzabc[3 + i] *= FX_RAD2DEG;
+        xyzabc[i] = xyzabc[i] * toMm + 0.0;
+        xyzabc[3 + i] = xyzabc[3 + i] * FX_RAD2DEG + 0.0;
     }
 }
 
