@@ -9,28 +9,36 @@
 
 namespace {
 
-// A text buffer bound with a known capacity.
-struct TextBinding {
-  void* buffer;          // the bound buffer, to recognise a later rebinding of the item
-  std::size_t capacity;  // bytes available, terminator included
-};
+// The bound of a bounded text binding lives in the bound key's own section, as an item whose key
+// is "=", the key, "=" and the bound in decimal bytes: the scanner ends every key at "=", so no
+// file can hold such a key. It dies with the section and goes with any copy of it, and two
+// documents share nothing.
+std::string boundPrefix(const std::string& key) { return '=' + key + '='; }
 
-// Capacities of bounded text bindings, by item. Kept beside the items so that IniParam stays
-// {Value, ValuePtr}. Never destroyed: documents with static storage (the loader's global parser)
-// are destroyed at exit in no defined order relative to this table, and still erase from it.
-std::map<const IniParam*, TextBinding>& textBindings() {
-  static auto* table = new std::map<const IniParam*, TextBinding>();
-  return *table;
+bool isBoundRecord(const std::string& key) { return !key.empty() && key[0] == '='; }
+
+// The items that record bounds for key.
+std::pair<std::map<std::string, IniParam>::iterator, std::map<std::string, IniParam>::iterator>
+boundRecords(std::map<std::string, IniParam>& items, const std::string& key) {
+  const std::string prefix = boundPrefix(key);
+  auto first = items.lower_bound(prefix);
+  auto last = first;
+  while (last != items.end() && last->first.compare(0, prefix.size(), prefix) == 0) ++last;
+  return {first, last};
 }
 
-void forgetTextBinding(const IniParam& item) {
-  auto& table = textBindings();
-  if (!table.empty()) table.erase(&item);
-}
-
-void forgetTextBindings(const std::map<std::string, IniParam>& items) {
-  if (textBindings().empty()) return;
-  for (const auto& entry : items) forgetTextBinding(entry.second);
+// The smallest bound recorded for key (so that no later insertion can widen it); SIZE_MAX when
+// the text is bound without one.
+std::size_t textBound(std::map<std::string, IniParam>& items, const std::string& key) {
+  std::size_t bound = SIZE_MAX;
+  const auto records = boundRecords(items, key);
+  for (auto it = records.first; it != records.second; ++it) {
+    const std::string digits = it->first.substr(key.size() + 2);
+    if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) continue;
+    const unsigned long long value = std::strtoull(digits.c_str(), nullptr, 10);
+    if (value < bound) bound = static_cast<std::size_t>(value);
+  }
+  return bound;
 }
 
 // Copies len bytes of text and a terminator, cut to capacity - 1 bytes.
@@ -41,14 +49,10 @@ void storeText(void* dst, const char* src, std::size_t len, std::size_t capacity
   static_cast<char*>(dst)[len] = '\0';
 }
 
-// Writes text through to the item's bound buffer, within the bound recorded for it, if any.
-void writeThroughText(const IniParam& item, const char* text) {
-  std::size_t capacity = SIZE_MAX;
-  auto& table = textBindings();
-  auto found = table.find(&item);
-  if (found != table.end() && found->second.buffer == item.ValuePtr)
-    capacity = found->second.capacity;
-  storeText(item.ValuePtr, text, std::strlen(text), capacity);
+// Writes text through to the buffer bound to section/key, within its recorded bound.
+void writeThroughText(IniSection& section, const std::string& key, void* buffer,
+                      const char* text) {
+  storeText(buffer, text, std::strlen(text), textBound(section.Items, key));
 }
 
 IniSection* findSection(std::map<std::string, IniSection>& sections, const std::string& name) {
@@ -61,21 +65,22 @@ bool bindIfAsked(IniSection& section, const std::string& key, void* out, unsigne
   return bind ? section.OnSetValuePtr(key, out) : true;
 }
 
-// Replaces an existing key's text. False when the section is absent; otherwise *item is the
+// Replaces an existing key's text. Returns the section, null when it is absent; *item is the
 // key's item, or null when the key is absent.
-bool replaceText(std::map<std::string, IniSection>& sections, const std::string& section,
-                 const std::string& key, std::string text, IniParam** item) {
+IniSection* replaceText(std::map<std::string, IniSection>& sections, const std::string& section,
+                        const std::string& key, std::string text, IniParam** item) {
   IniSection* found = findSection(sections, section);
-  if (!found) return false;
+  if (!found) return nullptr;
   auto entry = found->Items.find(key);
   *item = entry == found->Items.end() ? nullptr : &entry->second;
   if (*item) (*item)->Value = std::move(text);
-  return true;
+  return found;
 }
 
 // The four-state scanner of a whole file. Storing a section whose name is already present
 // keeps the earlier one.
-void parseDocument(std::map<std::string, IniSection>& sections, const char* text, int length) {
+void parseDocument(IniParser& doc, const char* text, int length) {
+  std::map<std::string, IniSection>& sections = doc.Sections;
   enum State { BeforeSection, SectionName, Key, Value };
   State state = BeforeSection;
   IniSection current;
@@ -93,7 +98,7 @@ void parseDocument(std::map<std::string, IniSection>& sections, const char* text
         break;
       case SectionName:
         if (c == ']') {
-          IniParser::SkipLine(text, length, pos);
+          doc.SkipLine(text, length, pos);
           state = Key;
         } else {
           current.Name += c;
@@ -115,7 +120,7 @@ void parseDocument(std::map<std::string, IniSection>& sections, const char* text
           current.OnInsertItem(key, value);
           key.clear();
           value.clear();
-          IniParser::SkipLine(text, length, pos);
+          doc.SkipLine(text, length, pos);
           state = Key;
         } else {
           value += c;
@@ -133,12 +138,11 @@ void parseDocument(std::map<std::string, IniSection>& sections, const char* text
 
 IniSection::IniSection() = default;
 
-IniSection::~IniSection() { forgetTextBindings(Items); }
+IniSection::~IniSection() = default;
 
 bool IniSection::OnEmpty() const { return Name.empty(); }
 
 void IniSection::OnClear() {
-  forgetTextBindings(Items);
   Name.clear();
   Items.clear();
 }
@@ -167,13 +171,15 @@ bool IniSection::OnSetValue(const std::string& key, std::string value) {
 bool IniSection::OnSetValuePtr(const std::string& key, void* ptr) {
   auto found = Items.find(key);
   if (found == Items.end()) return false;
-  forgetTextBinding(found->second);
   found->second.ValuePtr = ptr;
+  const auto bounds = boundRecords(Items, key);  // a new binding starts unbounded
+  Items.erase(bounds.first, bounds.second);
   return true;
 }
 
 void IniSection::OnGetKeyList(std::vector<std::string>& keys) {
-  for (const auto& entry : Items) keys.push_back(entry.first);
+  for (const auto& entry : Items)
+    if (!isBoundRecord(entry.first)) keys.push_back(entry.first);
 }
 
 IniParser::IniParser() = default;
@@ -202,7 +208,7 @@ bool IniParser::OnLoad(const char* path) {
   file.read(text.data(), size);
   const int length = static_cast<int>(file.gcount());
   file.close();
-  parseDocument(Sections, text.data(), length);
+  parseDocument(*this, text.data(), length);
   return true;
 }
 
@@ -213,7 +219,7 @@ bool IniParser::OnSave(const char* path) {
   for (const auto& section : Sections) {
     file << '[' << section.first << "]\n" << std::flush;
     for (const auto& item : section.second.Items)
-      file << item.first << '=' << item.second.Value << '\n' << std::flush;
+      if (!isBoundRecord(item.first)) file << item.first << '=' << item.second.Value << '\n' << std::flush;
   }
   return true;
 }
@@ -244,7 +250,7 @@ bool IniParser::OnGetValue(const std::string& section, const std::string& key, c
   storeText(out, text.data(), text.size(), capacity);
   if (!bind) return true;
   if (!found->OnSetValuePtr(key, out)) return false;
-  textBindings()[&found->Items.find(key)->second] = TextBinding{out, capacity};
+  if (capacity != SIZE_MAX) found->OnInsertItem(boundPrefix(key) + std::to_string(capacity), "");
   return true;
 }
 
@@ -267,14 +273,15 @@ bool IniParser::OnGetValue(const std::string& section, const std::string& key, d
 bool IniParser::OnSetValue(const std::string& section, const std::string& key,
                            std::string value) {
   IniParam* item = nullptr;
-  return replaceText(Sections, section, key, std::move(value), &item);
+  return replaceText(Sections, section, key, std::move(value), &item) != nullptr;
 }
 
 bool IniParser::OnSetValue(const std::string& section, const std::string& key,
                            const char* value) {
   IniParam* item = nullptr;
-  if (!replaceText(Sections, section, key, value, &item)) return false;
-  if (item && item->ValuePtr) writeThroughText(*item, value);
+  IniSection* found = replaceText(Sections, section, key, value, &item);
+  if (!found) return false;
+  if (item && item->ValuePtr) writeThroughText(*found, key, item->ValuePtr, value);
   return true;
 }
 

@@ -35,7 +35,9 @@ public:
   bool OnSetValue(const std::string& key, std::string value);
   // Binds ptr to an existing key; false when it is absent.
   bool OnSetValuePtr(const std::string& key, void* ptr);
-  // Appends the keys in ascending order; keys already in the vector stay.
+  // Appends the keys in ascending order; keys already in the vector stay. Keys that begin with
+  // "=" are left out: no file can hold them (a key ends at "="), and the document keeps the
+  // bounds of bounded text bindings under them, in the section of the bound key.
   void OnGetKeyList(std::vector<std::string>& keys);
 };
 
@@ -54,13 +56,13 @@ public:
   virtual ~IniParser();
 
   // Advances pos over space, tab, carriage return and line feed while pos < length.
-  static void SkipLine(const char* text, int length, int& pos);
+  void SkipLine(const char* text, int length, int& pos);
 
   // Replaces the document by the file's sections; false only when the file cannot be read
   // (also for files of 2 GiB or more), the document then being empty.
   bool OnLoad(const char* path);
-  // Writes "[name]" and "key=value" lines in ascending order; false when the file cannot be
-  // opened for writing.
+  // Writes "[name]" and "key=value" lines in ascending order (keys beginning with "=" left out);
+  // false when the file cannot be opened for writing.
   bool OnSave(const char* path);
   // Replaces the contents of names by the section names in ascending order.
   void OnGetSectionList(std::vector<std::string>& names);
@@ -70,7 +72,8 @@ public:
   bool OnGetValue(const std::string& section, const std::string& key, char* out,
                   unsigned char bind);
   // Copies at most capacity - 1 bytes and a terminator (nothing when capacity is 0); a binding
-  // made here keeps the same bound for later text write-through.
+  // made here keeps the same bound for later text write-through, for as long as the item stays
+  // bound to out.
   bool OnGetValue(const std::string& section, const std::string& key, char* out,
                   std::size_t capacity, unsigned char bind);
   // strtol base 10, narrowed to 32 bits; 0 when no digits.

@@ -57,14 +57,15 @@ using Names = std::vector<std::string>;
 
 TEST(IniParser, SkipLineStopsAtTheFirstOtherByteOrAtLength) {
   const char text[] = " \t\r\n\v x";
+  IniParser doc;
   int pos = 0;
-  IniParser::SkipLine(text, 7, pos);
+  doc.SkipLine(text, 7, pos);
   EXPECT_EQ(pos, 4);  // vertical tab is not skipped
   pos = 0;
-  IniParser::SkipLine(text, 3, pos);
+  doc.SkipLine(text, 3, pos);
   EXPECT_EQ(pos, 3);
   pos = 9;
-  IniParser::SkipLine(text, 7, pos);
+  doc.SkipLine(text, 7, pos);
   EXPECT_EQ(pos, 9);
 }
 
