@@ -2,6 +2,8 @@
 #ifndef TOLVEXKINE_H
 #define TOLVEXKINE_H
 
+#include <tolvexkine/version.h>
+
 #include "math/FxMatrix.h"
 #include "math/FxPose.h"
 #include "math/FxQuaternion.h"
