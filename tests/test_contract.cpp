@@ -46,21 +46,17 @@ using u8 = unsigned char;
 // Entry points with C linkage: redeclaring them here fails unless the header agrees on
 // linkage, result and parameters.
 extern "C" {
-int OnInitKine_TOLVEXKINE(long serial, const char* path);
-int OnKine(const double joints[7], double pose[4][4]);
-int OnInvKine(double pose[4][4], const double ref_joints[7], double out_joints[7], u8* flag1,
-              u8* flag2, u8* flag3);
-int OnInvKineDir(double pose[4][4], const double ref_joints[7], double* dir,
-                 double out_joints[7], u8* flag1, u8* flag2, u8* flag3);
-int OnInvKine_NSP(double nsp_angle, const double ref_joints[7], double out_joints[7], u8* flag1,
-                  u8* flag2, u8* flag3);
-int OnInvKine_NSP_test(double pose[4][4], const double ref_joints[7], double out_joints[7],
-                       u8* flag1, u8* flag2, u8* flag3, double nsp_angle);
-void OnInvKineRange(double* a, double* b, bool* verdict);
-int OnInvKineRange_Cross67(double* a, double* b);
-int OnJacob(const double joints[7], double jacobian[6][7]);
-void FX_XYZABC2Matrix4DEG(double xyzabc[6], double m[4][4]);
-int FX_Matrix42XYZABCDEG(double m[4][4], double xyzabc[6]);
+int OnInitKine_TOLVEXKINE(long, const char*);
+int OnKine(const double*, double (*)[4]);
+int OnInvKine(double (*)[4], const double*, double*, u8*, u8*, u8*);
+int OnInvKineDir(double (*)[4], const double*, double*, double*, u8*, u8*, u8*);
+int OnInvKine_NSP(double, const double*, double*, u8*, u8*, u8*);
+int OnInvKine_NSP_test(double (*)[4], const double*, double*, u8*, u8*, u8*, double);
+void OnInvKineRange(double*, double*, bool*);
+int OnInvKineRange_Cross67(double*, double*);
+int OnJacob(const double*, double (*)[7]);
+void FX_XYZABC2Matrix4DEG(double*, double (*)[4]);
+int FX_Matrix42XYZABCDEG(double (*)[4], double*);
 }
 
 // Entry points and the model file.
@@ -429,11 +425,9 @@ FLD(Impd_Process_Data, J, double[6][7], 184);
 FLD(Impd_Process_Data, JT, double[7][6], 520);
 FLD(Impd_Process_Data, jacob_ok, unsigned char, 856);
 
-// The fault that started this file: SkipLine called through an object, as a host calls it.
+// SkipLine through an object, as a host calls it (a static member took `this` for `text`).
 TEST(Contract, SkipLineThroughAnObject) {
-  IniParser parser;
-  const char text[] = " \t\r\nx";
   int pos = 0;
-  parser.SkipLine(text, 5, pos);
+  IniParser().SkipLine(" \t\r\nx", 5, pos);
   EXPECT_EQ(pos, 4);
 }
