@@ -37,8 +37,8 @@ void forwardSections(Report& report)
     reportJacobian(report, q.data());
 
     report.heading("3. Joint limits");
-    report.note("Joints 1-5 against their ranges; joints 6 and 7 together against the corner curves that cut");
-    report.note("their range. P1 lies inside; P2 has joint 1 beyond 170 deg and (q6, q7) beyond a corner.");
+    report.note("Every joint against its range; joints 6 and 7 also together against the corner curves that");
+    report.note("cut their range (FX_CheckPilotLimits). P1 lies inside; P2 has joint 1 beyond 170 deg and (q6, q7) beyond a corner.");
     reportLimits(report, {kInside, kOutside});
 }
 

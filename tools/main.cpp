@@ -44,10 +44,12 @@ const std::vector<Command>& commands()
         {"jacobian", "6x7 Jacobian of the tool centre (Pilot model)", "[--model FILE] q1 ... q7",
          "10 -30 -20 -60 15 -40 -25", 7, kJoints, {kModel}, runJacobian,
          "Per radian of joint motion: rows 0-2 in m/rad, rows 3-5 (the joint axes) unitless."},
-        {"limits", "joints outside their limits and the joint-6/7 boundary point",
+        {"limits", "which joint limit a posture crosses, and the joint-6/7 boundary point",
          "[--model FILE] q1 ... q7", "175 0 0 0 0 100 150", 7, kJoints, {kModel}, runLimits,
-         "Joints 1-5 against their min/max (a value on a limit is inside); joints 6 and 7\n"
-         "together against the corner curves of their coupled range."},
+         "Every joint against its min/max (a value on a limit is inside), and joints 6 and 7\n"
+         "together against the corner curves of their coupled range (FX_CheckPilotLimits).\n"
+         "The FX_CCSBD_CHECK column shows the host check, which never flags joints 6/7\n"
+         "beyond their own ranges."},
         {"ik", "joints for a tool pose, elbow from a reference (Pilot model)",
          "[--model FILE] --ref q1 ... q7 x y z A B C",
          "--ref 0 -30 0 -60 0 -40 0 700 30 640 150 50 165", 6, kTarget, {kModel, kRef}, runIk,
