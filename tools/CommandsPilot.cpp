@@ -37,7 +37,8 @@ Table statusTable(const unsigned char flags[3])
     return table;
 }
 
-// Why a solve with these status bytes failed, for the one-line error.
+}  // namespace
+
 std::string failureReason(const unsigned char flags[3])
 {
     if (flags[0])
@@ -48,6 +49,8 @@ std::string failureReason(const unsigned char flags[3])
         return "wrist singular here and at arm angle +/-1 deg (flag3 = 1)";
     return "no solution";
 }
+
+namespace {
 
 int finish(Report& report, bool ok, const std::string& why)
 {
@@ -235,6 +238,8 @@ int runLimits(const ParsedArgs& args)
     Report report(formatOf(args));
     reportLimits(report, {args.values});
     report.print(stdout);
+    if (args.has("--svg"))
+        writeLimitsSvg(args.texts.at("--svg"), args.values.data());
     return 0;
 }
 
