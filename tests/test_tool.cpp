@@ -154,7 +154,7 @@ TEST_F(ToolTest, HelpListsEveryCommandAndExitsZero)
         EXPECT_EQ(example.status, 0) << line << "\n" << example.err;
         ++examples;
     }
-    EXPECT_EQ(examples, 12);
+    EXPECT_EQ(examples, 14);
 
     ToolRun fkHelp = tool("fk --help");
     EXPECT_EQ(fkHelp.status, 0);

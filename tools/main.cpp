@@ -101,6 +101,11 @@ const std::vector<Command>& commands()
          "--ref 10 -30 -20 -60 15 -40 -25 --step 1 709.5 -21.3 629 -158.2 48.1 -154.8", 6, kTarget,
          {kRobot, kRef, {"--step", OptionKind::Numbers, 1, "S", "joint-7 step [deg] (default 1)"}},
          runSpan, "Probes joint 7 at ref q7 and ref q7 +/- step with the flange at the target."},
+        {"urdf", "the robot.ini link chain as a URDF document", "[--robot FILE] [-o FILE]", "", -1, "",
+         {kRobot, {"-o", OptionKind::Text, 0, "FILE", "write to FILE instead of standard output"}}, runUrdf,
+         "Seven revolute joints with their limits (LimitNeg/LimitPos, VelMax, TorqueMax), links\n"
+         "with the chain's inertial data where it has a mass, the flange as a fixed joint.\n"
+         "Joint origins compose to the chain's forward kinematics (FX_KINE)."},
         {"profile", "multi-axis S-curve profile from rest, one CSV row per cycle",
          "--axes N --cycle MS --vmax ... --acc ... --jerk ... --target ... [--summary] [--svg FILE]",
          "--axes 2 --cycle 1 --vmax 100 --acc 500 --jerk 20000 --target 90 -45 --summary", -1, "",
