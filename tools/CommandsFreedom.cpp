@@ -166,9 +166,9 @@ bool reportArmAngleMap(Report& report, double ref[7], double target[6], double s
     report.note("Arm angle 0 is the reference's elbow plane, as nsp measures it; it lies " +
                 (map.reference >= 0 ? "in interval " + std::to_string(map.reference + 1)
                                     : std::string("in no usable interval")) + ".");
-    report.note("Usable: the solver succeeds, the tool deviates at most 1e-6 mm and every joint is inside by the "
-                "verdict of 'limits'. Sampled every " + formatNumber(step, 3) +
-                " deg, edges to 1e-6 deg; an interval end < start wraps through +/-180.");
+    report.note("Usable: the solver succeeds, the tool deviates at most 1e-6 mm and every joint is inside");
+    report.note("by the verdict of 'limits'. Sampled every " + formatNumber(step, 3) +
+                " deg, edges to 1e-6 deg; an end below its start wraps through +/-180.");
     if (map.count == 0)
         report.note("No arm angle keeps every joint inside its limits for this pose.");
     if (map.truncated)
