@@ -11,6 +11,8 @@
 
 #include "pilot/Pilot.h"
 #include "pilot/PilotIK.h"
+#include "pilot/PilotArmAngleMap.h"
+#include "pilot/PilotLimitCheck.h"
 #include "pilot/PilotLmt.h"
 #include "pilot/PilotNSP.h"
 

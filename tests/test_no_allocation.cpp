@@ -87,6 +87,22 @@ TEST(NoAllocation, PilotRoute)
     EXPECT_EQ(count, 0);
 }
 
+TEST(NoAllocation, LimitVerdictAndArmAngleMap)
+{
+    loadExamples();
+    double q[7] = {12, -35, 20, -80, 15, 40, -25}, pose[4][4];
+    OnKine(q, pose);
+    PilotLimitVerdict verdict;
+    NSPBase base;
+    PilotArmAngleMap map;
+    long count = allocationsDuring([&] {
+        FX_CheckPilotLimits(&lmt, q, &verdict);
+        FX_PilotArmAngleMap(&pilot, &lmt, q, pose, 5, &base, &map);
+    });
+    EXPECT_EQ(count, 0);
+    EXPECT_GE(map.count, 1);
+}
+
 TEST(NoAllocation, ChainDynamicsAndLockedJointIK)
 {
     loadExamples();

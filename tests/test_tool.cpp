@@ -154,7 +154,7 @@ TEST_F(ToolTest, HelpListsEveryCommandAndExitsZero)
         EXPECT_EQ(example.status, 0) << line << "\n" << example.err;
         ++examples;
     }
-    EXPECT_EQ(examples, 12);
+    EXPECT_EQ(examples, 14);
 
     ToolRun fkHelp = tool("fk --help");
     EXPECT_EQ(fkHelp.status, 0);
@@ -288,13 +288,13 @@ TEST_F(ToolTest, LimitsAreInclusiveAndCoupledForJoints6And7)
     EXPECT_EQ(status(onLimit, 1), "inside");
     EXPECT_EQ(status(onLimit, 2), "inside");
     ToolRun beyond = tool("limits --csv 170.001 -120.001 0 0 0 0 0");
-    EXPECT_EQ(status(beyond, 1), "OUTSIDE");
-    EXPECT_EQ(status(beyond, 2), "OUTSIDE");
+    EXPECT_EQ(status(beyond, 1), "OUTSIDE: above max");
+    EXPECT_EQ(status(beyond, 2), "OUTSIDE: below min");
     // q7 = 150 at q6 = 100 is beyond the upper-right curve 240 + 0.05 q6 - 0.01 q6^2 = 145.
     ToolRun corner = tool("limits --csv 0 0 0 0 0 100 150");
-    EXPECT_EQ(status(corner, 6), "OUTSIDE (q6/q7 beyond the corner curve)");
-    EXPECT_EQ(status(corner, 7), "OUTSIDE (q6/q7 beyond the corner curve)");
-    EXPECT_EQ(status(tool("limits --csv 0 0 0 0 0 100 140"), 7), "inside (q6/q7 within the corner curve)");
+    EXPECT_EQ(status(corner, 6), "OUTSIDE: q6/q7 beyond the corner curve");
+    EXPECT_EQ(status(corner, 7), "OUTSIDE: q6/q7 beyond the corner curve");
+    EXPECT_EQ(status(tool("limits --csv 0 0 0 0 0 100 140"), 7), "inside");
 }
 
 TEST_F(ToolTest, ArmAngleMovesTheElbowNotTheTool)

@@ -40,11 +40,20 @@ static bool tryNumber(const std::string& word, double* value)
     return true;
 }
 
+// Why `word` is refused: nan, inf and overflowing numbers never reach the library.
+static std::string notANumber(const std::string& word)
+{
+    char* end = nullptr;
+    std::strtod(word.c_str(), &end);
+    bool parsed = !word.empty() && *end == '\0';
+    return "'" + word + (parsed ? "' is not a finite number" : "' is not a number");
+}
+
 double parseNumber(const std::string& word)
 {
     double value = 0.0;
     if (!tryNumber(word, &value))
-        throw UsageError("'" + word + "' is not a number");
+        throw UsageError(notANumber(word));
     return value;
 }
 
@@ -58,16 +67,15 @@ ParsedArgs parseArgs(const std::string& command, const std::vector<std::string>&
     };
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& word = args[i];
-        if (!isOption(word)) {
+        auto option = std::find_if(options.begin(), options.end(),
+                                 [&](const OptionDef& o) { return word == o.name; });
+        if (!isOption(word) && option == options.end()) {
             double value = 0.0;
             if (!tryNumber(word, &value))
-                fail(positional < 0 ? "unexpected argument '" + word + "'"
-                                    : "'" + word + "' is not a number");
+                fail(positional < 0 ? "unexpected argument '" + word + "'" : notANumber(word));
             parsed.values.push_back(value);
             continue;
         }
-        auto option = std::find_if(options.begin(), options.end(),
-                                 [&](const OptionDef& o) { return word == o.name; });
         if (option == options.end())
             fail("unknown option " + word);
         if (parsed.has(word))
@@ -89,7 +97,7 @@ ParsedArgs parseArgs(const std::string& command, const std::vector<std::string>&
                     fail("option " + word + " needs " + std::to_string(option->count) +
                          " numbers (" + option->meta + "), got " + std::to_string(k));
                 if (!tryNumber(args[i + 1], &value))
-                    fail("option " + word + ": '" + args[i + 1] + "' is not a number");
+                    fail("option " + word + ": " + notANumber(args[i + 1]));
                 values.push_back(value);
                 ++i;
             }
@@ -98,7 +106,9 @@ ParsedArgs parseArgs(const std::string& command, const std::vector<std::string>&
         case OptionKind::List: {
             std::vector<double>& values = parsed.numbers[word];
             double value = 0.0;
-            while (i + 1 < args.size() && tryNumber(args[i + 1], &value)) {
+            while (i + 1 < args.size() && !isOption(args[i + 1])) {
+                if (!tryNumber(args[i + 1], &value))
+                    fail("option " + word + ": " + notANumber(args[i + 1]));
                 values.push_back(value);
                 ++i;
             }

@@ -15,12 +15,17 @@ int runJacobian(const ParsedArgs& args);
 int runLimits(const ParsedArgs& args);
 int runIk(const ParsedArgs& args);
 int runNsp(const ParsedArgs& args);
+int runPsiMap(const ParsedArgs& args);
+
+// Why a solve with these status bytes failed, for the one-line error.
+std::string failureReason(const unsigned char flags[3]);
 
 // robot.ini route (link chain, locked-joint IK).
 int runIni(const ParsedArgs& args);
 int runChainFk(const ParsedArgs& args);
 int runDyn(const ParsedArgs& args);
 int runIk7(const ParsedArgs& args);
+int runUrdf(const ParsedArgs& args);
 int runSpan(const ParsedArgs& args);
 
 int runProfile(const ParsedArgs& args);
@@ -35,6 +40,14 @@ int runDemo(const ParsedArgs& args);
 void reportFk(Report& report, double q[7]);
 void reportJacobian(Report& report, double q[7]);
 void reportLimits(Report& report, const std::vector<std::vector<double>>& postures);
+// The (q6, q7) plane with the rectangle, the corner curves, the admissible region
+// shaded, posture q and its boundary point marked.
+void writeLimitsSvg(const std::string& path, const double q[7]);
+// The usable arm-angle intervals of target (x, y, z, A, B, C) for reference ref,
+// sampled every `step` degrees; false (with `why`) when the pose cannot be solved.
+// With a path, also draws the seven joints against the arm angle.
+bool reportArmAngleMap(Report& report, double ref[7], double target[6], double step,
+                       const std::string& svgPath, std::string* why);
 // Solves target (x, y, z, A, B, C) with reference ref; adds the joints, the
 // status bytes in words and the FK check. Returns the library's 1/0 result and
 // leaves the joints in `out`; on failure `why` explains the status bytes.

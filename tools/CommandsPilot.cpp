@@ -3,6 +3,7 @@
 
 #include "interface/Globals.h"
 #include "interface/TolvexKine.h"
+#include "pilot/PilotLimitCheck.h"
 #include "tools/Commands.h"
 #include "tools/Models.h"
 #include "tools/Tables.h"
@@ -36,7 +37,8 @@ Table statusTable(const unsigned char flags[3])
     return table;
 }
 
-// Why a solve with these status bytes failed, for the one-line error.
+}  // namespace
+
 std::string failureReason(const unsigned char flags[3])
 {
     if (flags[0])
@@ -47,6 +49,8 @@ std::string failureReason(const unsigned char flags[3])
         return "wrist singular here and at arm angle +/-1 deg (flag3 = 1)";
     return "no solution";
 }
+
+namespace {
 
 int finish(Report& report, bool ok, const std::string& why)
 {
@@ -82,34 +86,46 @@ void reportJacobian(Report& report, double q[7])
     report.add(table);
 }
 
+static const char* limitStateText(unsigned char state)
+{
+    static const char* const kText[5] = {"inside", "OUTSIDE: below min", "OUTSIDE: above max",
+                                         "OUTSIDE: q6/q7 beyond the corner curve", "not a number"};
+    return state < 5 ? kText[state] : "?";
+}
+
 void reportLimits(Report& report, const std::vector<std::vector<double>>& postures)
 {
     bool coupled = lmt.Coupled != 0;
     Table bounds{"Joint-6/7 boundary point in the direction of (q6, q7)",
                  {"posture", "q6 [deg]", "q7 [deg]", "bound q6 [deg]", "bound q7 [deg]"}, {}};
+    bool differ = false;
     for (size_t p = 0; p < postures.size(); ++p) {
         double q[7];
-        for (int i = 0; i < 7; ++i)
-            q[i] = postures[p][i];
+        copyValues(postures[p], q, 7);
+        PilotLimitVerdict verdict;
+        FX_CheckPilotLimits(&lmt, q, &verdict);
         double bound[2] = {0.0, 0.0};
         bool outside[7] = {false, false, false, false, false, false, false};
         OnInvKineRange(q, bound, outside);
         std::string name = "P" + std::to_string(p + 1);
         Table table{"Limits, posture " + name + " = (" + joinNumbers(q, 7) + ") deg",
-                    {"joint", "q [deg]", "min [deg]", "max [deg]", "status"}, {}};
+                    {"joint", "q [deg]", "min [deg]", "max [deg]", "status", "FX_CCSBD_CHECK"}, {}};
         for (int i = 0; i < 7; ++i) {
-            std::string status = outside[i] ? "OUTSIDE" : "inside";
-            if (i >= 5)
-                status = !coupled      ? "- (joints 6/7 are not checked without corner curves)"
-                         : outside[i] ? "OUTSIDE (q6/q7 beyond the corner curve)"
-                                      : "inside (q6/q7 within the corner curve)";
+            std::string host = outside[i] ? "outside" : "inside";
+            if (i >= 5 && !coupled)
+                host = "not checked (no corner curves)";
+            bool same = (verdict.state[i] == PILOT_INSIDE) != outside[i];
+            differ = differ || !same;
             table.addRow({word(std::to_string(i + 1)), num(q[i], 3), num(lmt.JointMin[i], 1),
-                          num(lmt.JointMax[i], 1), word(status)});
+                          num(lmt.JointMax[i], 1), word(limitStateText(verdict.state[i])), word(host)});
         }
         report.add(table);
         bounds.addRow({word(name), num(q[5], 3), num(q[6], 3), num(bound[0], 3), num(bound[1], 3)});
     }
     report.add(bounds);
+    if (differ)
+        report.note("FX_CCSBD_CHECK flags joints 6 and 7 only beyond a corner curve, never beyond their own "
+                    "ranges; the status column checks both.");
 }
 
 bool reportIk(Report& report, double ref[7], double target[6], double out[7], std::string* why)
@@ -222,6 +238,8 @@ int runLimits(const ParsedArgs& args)
     Report report(formatOf(args));
     reportLimits(report, {args.values});
     report.print(stdout);
+    if (args.has("--svg"))
+        writeLimitsSvg(args.texts.at("--svg"), args.values.data());
     return 0;
 }
 

@@ -6,6 +6,7 @@
 
 #include "motion/FXNSyncDTS.h"
 #include "tools/Commands.h"
+#include "tools/Svg.h"
 
 namespace {
 
@@ -109,21 +110,15 @@ void svgPanel(FILE* out, const std::vector<ProfileSample>& samples, int axes, in
 
 void writeSvg(const std::string& path, const std::vector<ProfileSample>& samples, int axes)
 {
-    FILE* out = std::fopen(path.c_str(), "w");
-    if (!out)
-        throw Failure("profile: cannot write '" + path + "'");
-    std::fprintf(out, "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"940\" height=\"800\" "
-                      "font-family=\"sans-serif\">\n<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>\n");
+    SvgFile svg("profile", path, 940, 800);
+    FILE* out = svg.out();
     svgPanel(out, samples, axes, 0, "position [u]");
     svgPanel(out, samples, axes, 1, "velocity [u/s]");
     svgPanel(out, samples, axes, 2, "acceleration [u/s^2]");
     for (int a = 0; a < axes; ++a)
         std::fprintf(out, "<text x=\"%d\" y=\"20\" font-size=\"13\" fill=\"%s\">axis %d</text>\n",
                      80 + 90 * a, kColours[a], a + 1);
-    std::fprintf(out, "</svg>\n");
-    bool written = std::ferror(out) == 0;
-    if (std::fclose(out) != 0 || !written)
-        throw Failure("profile: cannot write '" + path + "'");
+    svg.close();
 }
 
 Table cycleTable(const std::vector<ProfileSample>& samples, int axes)

@@ -37,8 +37,9 @@ void forwardSections(Report& report)
     reportJacobian(report, q.data());
 
     report.heading("3. Joint limits");
-    report.note("Joints 1-5 against their ranges; joints 6 and 7 together against the corner curves that cut");
-    report.note("their range. P1 lies inside; P2 has joint 1 beyond 170 deg and (q6, q7) beyond a corner.");
+    report.note("Every joint against its range; joints 6 and 7 also together against the corner curves that");
+    report.note("cut their range (FX_CheckPilotLimits). P1 lies inside; P2 has joint 1 beyond 170 deg");
+    report.note("and (q6, q7) beyond a corner.");
     reportLimits(report, {kInside, kOutside});
 }
 
@@ -68,6 +69,9 @@ void inverseSections(Report& report)
     for (int a = -90; a <= 90; a += 15)
         angles.push_back(a);
     reportArmAngles(report, q.data(), target, angles, &why);
+    report.note("Which arm angles keep every joint inside its limits (the verdict of section 3)? The map");
+    report.note("samples the whole circle and refines each edge; 'tolvex-kine psi-map --svg' draws it.");
+    reportArmAngleMap(report, q.data(), target, 1.0, "", &why);
 }
 
 // Largest distance between the chain flange and the Pilot model's flange over the postures, mm.

@@ -44,10 +44,13 @@ const std::vector<Command>& commands()
         {"jacobian", "6x7 Jacobian of the tool centre (Pilot model)", "[--model FILE] q1 ... q7",
          "10 -30 -20 -60 15 -40 -25", 7, kJoints, {kModel}, runJacobian,
          "Per radian of joint motion: rows 0-2 in m/rad, rows 3-5 (the joint axes) unitless."},
-        {"limits", "joints outside their limits and the joint-6/7 boundary point",
-         "[--model FILE] q1 ... q7", "175 0 0 0 0 100 150", 7, kJoints, {kModel}, runLimits,
-         "Joints 1-5 against their min/max (a value on a limit is inside); joints 6 and 7\n"
-         "together against the corner curves of their coupled range."},
+        {"limits", "which joint limit a posture crosses, and the joint-6/7 boundary point",
+         "[--model FILE] [--svg FILE] q1 ... q7", "175 0 0 0 0 100 150", 7, kJoints,
+         {kModel, {"--svg", OptionKind::Text, 0, "FILE", "also draw the (q6, q7) plane"}}, runLimits,
+         "Every joint against its min/max (a value on a limit is inside), and joints 6 and 7\n"
+         "together against the corner curves of their coupled range (FX_CheckPilotLimits).\n"
+         "The FX_CCSBD_CHECK column shows the host check, which never flags joints 6/7\n"
+         "beyond their own ranges."},
         {"ik", "joints for a tool pose, elbow from a reference (Pilot model)",
          "[--model FILE] --ref q1 ... q7 x y z A B C",
          "--ref 0 -30 0 -60 0 -40 0 700 30 640 150 50 165", 6, kTarget, {kModel, kRef}, runIk,
@@ -59,6 +62,16 @@ const std::vector<Command>& commands()
          {kModel, kRef,
           {"--angle", OptionKind::Numbers, 1, "PSI", "arm angle [deg]", true}},
          runNsp, "Arm angle 0 (the ik solution) is listed first; the elbow point shows the turn."},
+        {"psi-map", "arm-angle intervals that keep every joint inside its limits",
+         "[--model FILE] --ref q1 ... q7 [--step DEG] [--svg FILE] x y z A B C",
+         "--ref 0 -30 0 -60 0 -40 0 700 30 640 150 50 165", 6, kTarget,
+         {kModel, kRef,
+          {"--step", OptionKind::Numbers, 1, "DEG", "sampling step [deg], 0.001 to 90 (default 1)"},
+          {"--svg", OptionKind::Text, 0, "FILE", "also draw the joints against the arm angle"}},
+         runPsiMap,
+         "The arm angle as nsp measures it (0: the reference's elbow plane). An angle is usable\n"
+         "when it solves (flag1 clear), keeps the tool within 1e-6 mm and every joint is inside\n"
+         "by the verdict of 'limits'. Edges refined to 1e-6 deg. Exit status 1 when out of reach."},
         {"ini", "load a robot.ini and show arm 0's links", "[--robot FILE]", "", -1, "", {kRobot},
          runIni, "Prints the loader's verdict and the DH values as in the file and as the chain holds them."},
         {"chain-fk", "flange pose of the link chain built from robot.ini", "[--robot FILE] q1 ... q7",
@@ -88,6 +101,11 @@ const std::vector<Command>& commands()
          "--ref 10 -30 -20 -60 15 -40 -25 --step 1 709.5 -21.3 629 -158.2 48.1 -154.8", 6, kTarget,
          {kRobot, kRef, {"--step", OptionKind::Numbers, 1, "S", "joint-7 step [deg] (default 1)"}},
          runSpan, "Probes joint 7 at ref q7 and ref q7 +/- step with the flange at the target."},
+        {"urdf", "the robot.ini link chain as a URDF document", "[--robot FILE] [-o FILE]", "", -1, "",
+         {kRobot, {"-o", OptionKind::Text, 0, "FILE", "write to FILE instead of standard output"}}, runUrdf,
+         "Seven revolute joints with their limits (LimitNeg/LimitPos, VelMax, TorqueMax), links\n"
+         "with the chain's inertial data where it has a mass, the flange as a fixed joint.\n"
+         "Joint origins compose to the chain's forward kinematics (FX_KINE)."},
         {"profile", "multi-axis S-curve profile from rest, one CSV row per cycle",
          "--axes N --cycle MS --vmax ... --acc ... --jerk ... --target ... [--summary] [--svg FILE]",
          "--axes 2 --cycle 1 --vmax 100 --acc 500 --jerk 20000 --target 90 -45 --summary", -1, "",
