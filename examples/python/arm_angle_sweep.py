@@ -42,8 +42,8 @@ except ImportError:
 fig, ax = plt.subplots(figsize=(9, 5))
 for j in range(7):
     ax.plot(angles, q[:, j], label=f"joint {j + 1}")
-ax.fill_between(angles, -180, 180, where=~inside, color="grey", alpha=0.2, label="outside limits")
-ax.set(xlabel="arm angle [deg]", ylabel="joint angle [deg]", xlim=(-180, 180), ylim=(-180, 180),
+ax.fill_between(angles, -200, 200, where=~inside, color="grey", alpha=0.2, label="outside limits")
+ax.set(xlabel="arm angle [deg]", ylabel="joint angle [deg]", xlim=(-180, 180), ylim=(-200, 200),
        title=f"Joints across arm angles, tool at ({pose[0, 3]:.0f}, {pose[1, 3]:.0f}, {pose[2, 3]:.0f}) mm")
 ax.legend(loc="upper right", fontsize="small", ncol=2)
 fig.tight_layout()
