@@ -57,20 +57,27 @@ py::object field(const py::array& values);
 // f(i) for every item, without the GIL; with `busy` held, so that one object
 // serves one call at a time whichever threads call it.
 template <class F>
-void forEachItem(long count, F f)
-{
-    py::gil_scoped_release nogil;
-    for (long i = 0; i < count; ++i)
-        f(i);
-}
-
-template <class F>
 void forEachItem(std::mutex& busy, long count, F f)
 {
     py::gil_scoped_release nogil;
     std::lock_guard<std::mutex> hold(busy);
     for (long i = 0; i < count; ++i)
         f(i);
+}
+
+// An output of shape `item` per item of `in` (with its batch axis), each filled
+// by f(input item, output item) as forEachItem runs it.
+template <class F>
+Array mapItems(const Rows& in, const Shape& item, std::mutex& busy, F f)
+{
+    Batch b;
+    b.count = in.count;
+    b.batched = !in.single;
+    Array out = output(b, item);
+    double* o = out.mutable_data();
+    const long size = static_cast<long>(out.size()) / (b.count > 0 ? b.count : 1);
+    forEachItem(busy, b.count, [&](long i) { f(in.at(i), o + size * i); });
+    return out;
 }
 
 }  // namespace tkpy

@@ -64,26 +64,17 @@ Rows jointRows(py::handle q)
 
 py::array fk(PilotArm& arm, py::handle q)
 {
-    Rows joints = jointRows(q);
-    Batch b = batchOf({&joints}, "q");
-    Array out = output(b, {4, 4});
-    double* o = out.mutable_data();
-    forEachItem(arm.busy, b.count, [&](long i) { toolPose(&arm.pilot, joints.at(i), o + 16 * i); });
-    return out;
+    return mapItems(jointRows(q), {4, 4}, arm.busy,
+                    [&](const double* qi, double* pose) { toolPose(&arm.pilot, qi, pose); });
 }
 
 py::array jacobian(PilotArm& arm, py::handle q)
 {
-    Rows joints = jointRows(q);
-    Batch b = batchOf({&joints}, "q");
-    Array out = output(b, {6, 7});
-    double* o = out.mutable_data();
-    forEachItem(arm.busy, b.count, [&](long i) {
+    return mapItems(jointRows(q), {6, 7}, arm.busy, [&](const double* qi, double* jac) {
         double pose[16];
-        toolPose(&arm.pilot, joints.at(i), pose);
-        FX_Jacb_Pilot(&arm.pilot, reinterpret_cast<double (*)[7]>(o + 42 * i));
+        toolPose(&arm.pilot, qi, pose);
+        FX_Jacb_Pilot(&arm.pilot, reinterpret_cast<double (*)[7]>(jac));
     });
-    return out;
 }
 
 // Joints and status of inverse solutions; q is NaN where ok is false.
@@ -208,35 +199,29 @@ py::object limits(PilotArm& arm, py::handle q)
     return record(d);
 }
 
+// The conversions touch no record; the lock only keeps their shape of call.
+std::mutex conversions;
+
 py::array xyzabcToMatrix(py::handle xyzabc)
 {
-    Rows in = rows(xyzabc, "xyzabc", {6});
-    Batch b = batchOf({&in}, "xyzabc");
-    Array out = output(b, {4, 4});
-    double* o = out.mutable_data();
-    forEachItem(b.count, [&](long i) {
-        double v[6];
-        std::memcpy(v, in.at(i), sizeof v);
-        FX_XYZABC2Matrix4DEG(v, matrix(o + 16 * i));
-    });
-    return out;
+    return mapItems(rows(xyzabc, "xyzabc", {6}), {4, 4}, conversions,
+                    [](const double* in, double* m) {
+                        double v[6];
+                        std::memcpy(v, in, sizeof v);
+                        FX_XYZABC2Matrix4DEG(v, matrix(m));
+                    });
 }
 
 py::array matrixToXyzabc(py::handle pose, bool degrees)
 {
-    Rows in = rows(pose, "pose", {4, 4});
-    Batch b = batchOf({&in}, "pose");
-    Array out = output(b, {6});
-    double* o = out.mutable_data();
-    forEachItem(b.count, [&](long i) {
-        double m[4][4];
-        std::memcpy(m, in.at(i), sizeof m);
-        double* v = o + 6 * i;
-        FX_Matrix42XYZABCDEG(m, v);
-        for (int k = 3; degrees && k < 6; ++k)
-            v[k] *= FX_RAD2DEG;
-    });
-    return out;
+    return mapItems(rows(pose, "pose", {4, 4}), {6}, conversions,
+                    [&](const double* in, double* v) {
+                        double m[4][4];
+                        std::memcpy(m, in, sizeof m);
+                        FX_Matrix42XYZABCDEG(m, v);
+                        for (int k = 3; degrees && k < 6; ++k)
+                            v[k] *= FX_RAD2DEG;
+                    });
 }
 
 }  // namespace

@@ -79,16 +79,11 @@ void atPosture(FX_Pilot* rob)
 
 py::array fk(Robot& r, py::handle q)
 {
-    Rows joints = chainRows(q, "q");
-    Batch b = batchOf({&joints}, "q");
-    Array out = output(b, {4, 4});
-    double* o = out.mutable_data();
-    forEachItem(r.busy, b.count, [&](long i) {
+    return mapItems(chainRows(q, "q"), {4, 4}, r.busy, [&](const double* in, double* pose) {
         double qi[7];
-        std::memcpy(qi, joints.at(i), sizeof qi);
-        FX_KINE(&r.rob, qi, reinterpret_cast<double (*)[4]>(o + 16 * i));
+        std::memcpy(qi, in, sizeof qi);
+        FX_KINE(&r.rob, qi, reinterpret_cast<double (*)[4]>(pose));
     });
-    return out;
 }
 
 void setLink(Robot& r, long i, double mass, py::handle com, py::handle inertia,
@@ -147,17 +142,12 @@ py::array inverseDynamics(Robot& r, py::handle q, py::handle qd, py::handle qdd,
 
 py::array massMatrix(Robot& r, py::handle q)
 {
-    Rows joints = chainRows(q, "q");
-    Batch b = batchOf({&joints}, "q");
-    Array out = output(b, {7, 7});
-    double* o = out.mutable_data();
-    forEachItem(r.busy, b.count, [&](long i) {
+    return mapItems(chainRows(q, "q"), {7, 7}, r.busy, [&](const double* in, double* M) {
         double qi[7], e[7] = {0, 0, 0, 0, 0, 0, 0};
-        std::memcpy(qi, joints.at(i), sizeof qi);
+        std::memcpy(qi, in, sizeof qi);
         atPosture(&r.rob);
-        FX_CalMmat(&r.rob, qi, e, reinterpret_cast<double (*)[7]>(o + 49 * i));
+        FX_CalMmat(&r.rob, qi, e, reinterpret_cast<double (*)[7]>(M));
     });
-    return out;
 }
 
 py::array coriolisMatrix(Robot& r, py::handle q, py::handle qd)
@@ -182,17 +172,12 @@ py::array coriolisMatrix(Robot& r, py::handle q, py::handle qd)
 
 py::array impedanceJacobian(Robot& r, py::handle q)
 {
-    Rows joints = chainRows(q, "q");
-    Batch b = batchOf({&joints}, "q");
-    Array out = output(b, {6, 7});
-    double* o = out.mutable_data();
-    forEachItem(r.busy, b.count, [&](long i) {
+    return mapItems(chainRows(q, "q"), {6, 7}, r.busy, [&](const double* in, double* J) {
         Impd_Process_Data d{};
-        std::memcpy(d.q, joints.at(i), sizeof d.q);
+        std::memcpy(d.q, in, sizeof d.q);
         FX_Impd_Process_Jacob(&d, &r.rob);
-        std::memcpy(o + 42 * i, d.J, sizeof d.J);
+        std::memcpy(J, d.J, sizeof d.J);
     });
-    return out;
 }
 
 void remember(Robot& r, const double* pose)
