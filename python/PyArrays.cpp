@@ -32,9 +32,10 @@ Rows rows(py::handle obj, const char* name, const Shape& item, bool batch)
     for (size_t k = 0; fits && k < item.size(); ++k)
         fits = r.data.shape(extra + k) == item[k];
     if (!fits) {
-        std::string wanted = item.empty() ? "a number" : "shape " + shapeText(item.data(), item.size());
+        const py::ssize_t n = static_cast<py::ssize_t>(item.size());
+        std::string wanted = n == 0 ? "a number" : "shape " + shapeText(item.data(), n);
         if (batch)
-            wanted += (item.empty() ? " or shape " : " or ") + shapeText(item.data(), item.size(), "N");
+            wanted += (n == 0 ? " or shape " : " or ") + shapeText(item.data(), n, "N");
         throw py::value_error(std::string(name) + " must be " + wanted + ", got shape " +
                               shapeText(r.data.shape(), r.data.ndim()));
     }
@@ -46,8 +47,9 @@ Rows rows(py::handle obj, const char* name, const Shape& item, bool batch)
     return r;
 }
 
-const Rows& finite(const Rows& r, const char* name, double bound)
+Rows finiteRows(py::handle obj, const char* name, const Shape& item, bool batch, double bound)
 {
+    Rows r = rows(obj, name, item, batch);
     const double* v = r.data.data();
     for (py::ssize_t i = 0; i < r.data.size(); ++i)
         finite(v[i], name, bound);

@@ -34,8 +34,10 @@ struct Rows {
 
 // ValueError unless `obj` converts to numbers of shape `item` or, with `batch`, (N, *item).
 Rows rows(py::handle obj, const char* name, const Shape& item, bool batch = true);
-// ValueError unless every value is finite and, with a bound, within +-bound.
-const Rows& finite(const Rows& r, const char* name, double bound = 0);
+// rows() that also raises ValueError unless every value is finite and, with a
+// bound, within +-bound.
+Rows finiteRows(py::handle obj, const char* name, const Shape& item, bool batch = true,
+                double bound = 0);
 double finite(double value, const char* name, double bound = 0);
 // Items of several inputs taken together: a batch of N when any of them is one (all
 // batches must agree), else one item.

@@ -63,7 +63,7 @@ std::unique_ptr<Profile> makeProfile(double cycle_ms, py::handle vmax, py::handl
 
 std::vector<double> targetsOf(const Profile& p, py::handle targets)
 {
-    finite(rows(targets, "targets", {}, true), "targets");
+    finiteRows(targets, "targets", {});
     return perAxis(targets, "targets", p.axes);
 }
 

@@ -55,22 +55,15 @@ void toolPose(Pilot* pilot, const double* q, double* pose)
     m[3][3] = 1.0;
 }
 
-Rows jointRows(py::handle q)
-{
-    Rows joints = rows(q, "q", {7});
-    finite(joints, "q");
-    return joints;
-}
-
 py::array fk(PilotArm& arm, py::handle q)
 {
-    return mapItems(jointRows(q), {4, 4}, arm.busy,
+    return mapItems(finiteRows(q, "q", {7}), {4, 4}, arm.busy,
                     [&](const double* qi, double* pose) { toolPose(&arm.pilot, qi, pose); });
 }
 
 py::array jacobian(PilotArm& arm, py::handle q)
 {
-    return mapItems(jointRows(q), {6, 7}, arm.busy, [&](const double* qi, double* jac) {
+    return mapItems(finiteRows(q, "q", {7}), {6, 7}, arm.busy, [&](const double* qi, double* jac) {
         double pose[16];
         toolPose(&arm.pilot, qi, pose);
         FX_Jacb_Pilot(&arm.pilot, reinterpret_cast<double (*)[7]>(jac));
@@ -120,23 +113,14 @@ struct IkOutput {
     }
 };
 
-Rows referenceRows(py::handle ref, bool batch = true)
-{
-    Rows refs = rows(ref, "ref", {7}, batch);
-    finite(refs, "ref", kMaxTurningAngle);
-    return refs;
-}
-
 py::object ik(PilotArm& arm, py::handle pose, py::handle ref, py::handle dir)
 {
-    Rows poses = rows(pose, "pose", {4, 4});
-    finite(poses, "pose");
-    Rows refs = referenceRows(ref);
+    Rows poses = finiteRows(pose, "pose", {4, 4});
+    Rows refs = finiteRows(ref, "ref", {7}, true, kMaxTurningAngle);
     double direction[3] = {0, 0, 0};
     const bool byDirection = !dir.is_none();
     if (byDirection) {
-        Rows d = rows(dir, "dir", {3}, false);
-        std::memcpy(direction, finite(d, "dir").at(0), sizeof direction);
+        std::memcpy(direction, finiteRows(dir, "dir", {3}, false).at(0), sizeof direction);
     }
     Batch b = batchOf({&poses, &refs}, "pose and ref");
     IkOutput out(b);
@@ -159,9 +143,8 @@ py::object ik(PilotArm& arm, py::handle pose, py::handle ref, py::handle dir)
 
 py::object nsp(PilotArm& arm, py::handle angle, py::handle ref)
 {
-    Rows angles = rows(angle, "angle", {});
-    finite(angles, "angle");
-    Rows refs = referenceRows(ref, false);
+    Rows angles = finiteRows(angle, "angle", {});
+    Rows refs = finiteRows(ref, "ref", {7}, false, kMaxTurningAngle);
     if (!arm.has_base)
         throw py::value_error("nsp re-solves the last pose of ik: solve a pose with ik first");
     Batch b = batchOf({&angles}, "angle");
@@ -250,7 +233,7 @@ void bindPilotArm(py::module_& m)
             "joint_max", [](const PilotArm& a) { return Array(7, a.lmt.JointMax); },
             "Upper joint limits, degrees.")
         .def("fk", &fk, py::arg("q"),
-             "Tool pose (4, 4) in mm of seven joints in degrees; q of shape (N, 7) gives (N, 4, 4).")
+             "Tool pose (4, 4) in mm of seven joints in degrees; (N, 7) gives (N, 4, 4).")
         .def("jacobian", &jacobian, py::arg("q"),
              "Tool-centre Jacobian (6, 7): rows 0-2 in metres per radian, rows 3-5 the joint "
              "axes; (N, 7) gives (N, 6, 7).")

@@ -41,34 +41,12 @@ std::unique_ptr<Robot> loadRobot(const std::string& robot_ini)
     std::string path = robot_ini;
     if (!CUT::LoadRobotIni(&path[0], &robot->cfg, &robot->ini))
         throw py::value_error("robot.ini '" + robot_ini +
-                              "' lacks a key of a section it holds (see the line printed above)");
+                              "' did not load (the loader printed why: a section lacks a key)");
     const int links = robot->cfg.Arm[0].Dof;
     if (links != 7 || !FX_InitKineFromCfg(&robot->cfg, &robot->rob, &robot->ik))
         throw py::value_error("robot.ini '" + robot_ini + "': arm 0 has " +
                               std::to_string(links) + " links (\"Dof\"), 7 needed");
     return robot;
-}
-
-// Every joint input of the chain is seven finite values, or N rows of them.
-Rows chainRows(py::handle values, const char* name)
-{
-    Rows r = rows(values, name, {7});
-    finite(r, name);
-    return r;
-}
-
-Rows vector(py::handle values, const char* name, py::ssize_t size)
-{
-    Rows r = rows(values, name, {size}, false);
-    finite(r, name);
-    return r;
-}
-
-Rows flangePoses(py::handle pose, bool batch = true)
-{
-    Rows poses = rows(pose, "pose", {4, 4}, batch);
-    finite(poses, "pose");
-    return poses;
 }
 
 // The dynamics keep the transforms of the first posture they see unless told otherwise.
@@ -79,7 +57,7 @@ void atPosture(FX_Pilot* rob)
 
 py::array fk(Robot& r, py::handle q)
 {
-    return mapItems(chainRows(q, "q"), {4, 4}, r.busy, [&](const double* in, double* pose) {
+    return mapItems(finiteRows(q, "q", {7}), {4, 4}, r.busy, [&](const double* in, double* pose) {
         double qi[7];
         std::memcpy(qi, in, sizeof qi);
         FX_KINE(&r.rob, qi, reinterpret_cast<double (*)[4]>(pose));
@@ -93,7 +71,8 @@ void setLink(Robot& r, long i, double mass, py::handle com, py::handle inertia,
         throw py::value_error("i must be a link index from 0 to 6");
     finite(mass, "mass");
     finite(rotor_inertia, "rotor_inertia");
-    Rows c = vector(com, "com", 3), in = vector(inertia, "inertia", 6);
+    Rows c = finiteRows(com, "com", {3}, false);
+    Rows in = finiteRows(inertia, "inertia", {6}, false);
     double cv[3], iv[6];
     std::memcpy(cv, c.at(0), sizeof cv);
     std::memcpy(iv, in.at(0), sizeof iv);
@@ -105,7 +84,8 @@ void setLink(Robot& r, long i, double mass, py::handle com, py::handle inertia,
 
 void setTool(Robot& r, py::handle pose, double mass, py::handle com, py::handle inertia)
 {
-    Rows p = vector(pose, "pose", 6), c = vector(com, "com", 3), in = vector(inertia, "inertia", 6);
+    Rows p = finiteRows(pose, "pose", {6}, false), c = finiteRows(com, "com", {3}, false);
+    Rows in = finiteRows(inertia, "inertia", {6}, false);
     finite(mass, "mass");
     double pv[6], cv[3], iv[6];
     std::memcpy(pv, p.at(0), sizeof pv);
@@ -118,12 +98,13 @@ void setTool(Robot& r, py::handle pose, double mass, py::handle com, py::handle 
 py::array inverseDynamics(Robot& r, py::handle q, py::handle qd, py::handle qdd,
                           py::handle gravity, py::handle wrench)
 {
-    Rows pos = chainRows(q, "q"), vel = chainRows(qd, "qd"), accel = chainRows(qdd, "qdd");
-    Rows g = vector(gravity, "gravity", 3);
+    Rows pos = finiteRows(q, "q", {7}), vel = finiteRows(qd, "qd", {7});
+    Rows accel = finiteRows(qdd, "qdd", {7});
+    Rows g = finiteRows(gravity, "gravity", {3}, false);
     const double none[6] = {0, 0, 0, 0, 0, 0};
-    Rows w = rows(wrench.is_none() ? Array(6, none) : py::reinterpret_borrow<py::object>(wrench),
-                  "wrench", {6});
-    finite(w, "wrench");
+    Rows w = finiteRows(
+        wrench.is_none() ? Array(6, none) : py::reinterpret_borrow<py::object>(wrench), "wrench",
+        {6});
     Batch b = batchOf({&pos, &vel, &accel, &w}, "q, qd, qdd and wrench");
     Array out = output(b, {7});
     double* o = out.mutable_data();
@@ -142,7 +123,7 @@ py::array inverseDynamics(Robot& r, py::handle q, py::handle qd, py::handle qdd,
 
 py::array massMatrix(Robot& r, py::handle q)
 {
-    return mapItems(chainRows(q, "q"), {7, 7}, r.busy, [&](const double* in, double* M) {
+    return mapItems(finiteRows(q, "q", {7}), {7, 7}, r.busy, [&](const double* in, double* M) {
         double qi[7], e[7] = {0, 0, 0, 0, 0, 0, 0};
         std::memcpy(qi, in, sizeof qi);
         atPosture(&r.rob);
@@ -152,7 +133,7 @@ py::array massMatrix(Robot& r, py::handle q)
 
 py::array coriolisMatrix(Robot& r, py::handle q, py::handle qd)
 {
-    Rows pos = chainRows(q, "q"), vel = chainRows(qd, "qd");
+    Rows pos = finiteRows(q, "q", {7}), vel = finiteRows(qd, "qd", {7});
     Batch b = batchOf({&pos, &vel}, "q and qd");
     Array out = output(b, {7, 7});
     double* o = out.mutable_data();
@@ -172,7 +153,7 @@ py::array coriolisMatrix(Robot& r, py::handle q, py::handle qd)
 
 py::array impedanceJacobian(Robot& r, py::handle q)
 {
-    return mapItems(chainRows(q, "q"), {6, 7}, r.busy, [&](const double* in, double* J) {
+    return mapItems(finiteRows(q, "q", {7}), {6, 7}, r.busy, [&](const double* in, double* J) {
         Impd_Process_Data d{};
         std::memcpy(d.q, in, sizeof d.q);
         FX_Impd_Process_Jacob(&d, &r.rob);
@@ -188,7 +169,7 @@ void remember(Robot& r, const double* pose)
 
 py::object ik7(Robot& r, py::handle pose, double q7)
 {
-    Rows p = flangePoses(pose, false);
+    Rows p = finiteRows(pose, "pose", {4, 4}, false);
     finite(q7, "q7", kMaxTurningAngle);
     Array q(Shape{8, 7});
     py::array_t<bool> valid(8), degenerate(8);
@@ -221,9 +202,8 @@ py::object ik7(Robot& r, py::handle pose, double q7)
 
 py::object ikRef7(Robot& r, py::handle pose, py::handle ref, py::object q7)
 {
-    Rows poses = flangePoses(pose);
-    Rows refs = rows(ref, "ref", {7});
-    finite(refs, "ref", kMaxTurningAngle);
+    Rows poses = finiteRows(pose, "pose", {4, 4});
+    Rows refs = finiteRows(ref, "ref", {7}, true, kMaxTurningAngle);
     const bool held = !q7.is_none();
     const double q7v = held ? finite(py::float_(q7).cast<double>(), "q7", kMaxTurningAngle) : 0.0;
     Batch b = batchOf({&poses, &refs}, "pose and ref");
@@ -250,13 +230,12 @@ py::object ikRef7(Robot& r, py::handle pose, py::handle ref, py::object q7)
 
 py::object span(Robot& r, py::handle ref, double step, py::handle pose)
 {
-    Rows refs = rows(ref, "ref", {7}, false);
-    finite(refs, "ref", kMaxTurningAngle);
+    Rows refs = finiteRows(ref, "ref", {7}, false, kMaxTurningAngle);
     finite(step, "step", kMaxTurningAngle);
     const bool given = !pose.is_none();
-    Rows p = flangePoses(given ? py::reinterpret_borrow<py::object>(pose)
-                               : Array(Shape{4, 4}, &r.last_pose[0][0]),
-                         false);
+    Rows p = finiteRows(given ? py::reinterpret_borrow<py::object>(pose)
+                              : Array(Shape{4, 4}, &r.last_pose[0][0]),
+                        "pose", {4, 4}, false);
     if (!given && !r.has_pose)
         throw py::value_error("span needs a pose: pass pose= or solve one with ik7 or ik_ref7");
     Array centre(7), plus(7), minus(7);
