@@ -41,7 +41,7 @@ std::unique_ptr<Robot> loadRobot(const std::string& robot_ini)
     std::string path = robot_ini;
     if (!CUT::LoadRobotIni(&path[0], &robot->cfg, &robot->ini))
         throw py::value_error("robot.ini '" + robot_ini +
-                              "' did not load (the loader printed why: a section lacks a key)");
+                              "' did not load (the loader's line above says why)");
     const int links = robot->cfg.Arm[0].Dof;
     if (links != 7 || !FX_InitKineFromCfg(&robot->cfg, &robot->rob, &robot->ik))
         throw py::value_error("robot.ini '" + robot_ini + "': arm 0 has " +
@@ -276,8 +276,8 @@ void bindRobot(py::module_& m)
                       "object owns its configuration, INI document, chain and IK model.")
         .def(py::init(&loadRobot), py::arg("robot_ini"),
              "Loads robot.ini and builds the chain from arm 0 without link dynamics or tool. "
-             "OSError when it cannot be opened, ValueError when it does not load or arm 0 "
-             "does not have 7 links.")
+             "OSError when it cannot be opened, ValueError when it does not load (a present "
+             "section lacking a key) or arm 0 does not have 7 links.")
         .def("fk", &fk, py::arg("q"),
              "Tool pose (4, 4) in metres of seven joints in radians; (N, 7) gives (N, 4, 4).")
         .def("set_link", &setLink, py::arg("i"), py::arg("mass"), py::arg("com"),

@@ -80,7 +80,7 @@ def test_robot_bad_input(robot, tmp_path):
     with pytest.raises(FileNotFoundError):
         tk.Robot(str(tmp_path / "none.ini"))
     (tmp_path / "r.ini").write_text("[R.A0.BASIC]\nDof=7\n")
-    with pytest.raises(ValueError, match="lacks a key"):
+    with pytest.raises(ValueError, match="did not load"):
         tk.Robot(str(tmp_path / "r.ini"))
     with pytest.raises(ValueError, match="0 to 6"):
         robot.set_link(7, 1.0, [0, 0, 0], np.zeros(6))
