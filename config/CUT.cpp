@@ -118,10 +118,10 @@ bool loadSection(IniParser& ini, const std::string& name, CfgConfig* cfg) {
 }  // namespace
 
 bool CUT::LoadRobotIni(char* path, CfgConfig* cfg) {
-  return LoadRobotIni(path, cfg, &init_parser_);
+  return LoadRobotIniThrough(path, cfg, &init_parser_);
 }
 
-bool CUT::LoadRobotIni(char* path, CfgConfig* cfg, IniParser* ini) {
+bool CUT::LoadRobotIniThrough(char* path, CfgConfig* cfg, IniParser* ini) {
   cfg->Loaded = 0;
   if (!ini->OnLoad(path)) {
     std::printf("Failed to load file %s\n", path ? path : "(null)");

@@ -78,6 +78,6 @@ public:
   // getters; the first missing key prints one line naming its section and fails the load.
   // Fields of absent sections keep their contents. Prints "Load robot.ini success" on success.
   static bool LoadRobotIni(char* path, CfgConfig* cfg);
-  // The same through a caller-owned document, for callers that keep their own configuration.
-  static bool LoadRobotIni(char* path, CfgConfig* cfg, IniParser* ini);
+  // The same through a caller-owned document (a distinct name keeps &CUT::LoadRobotIni unambiguous).
+  static bool LoadRobotIniThrough(char* path, CfgConfig* cfg, IniParser* ini);
 };

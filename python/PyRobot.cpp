@@ -39,7 +39,7 @@ std::unique_ptr<Robot> loadRobot(const std::string& robot_ini)
     std::fclose(openOrRaise(robot_ini));
     auto robot = std::make_unique<Robot>();
     std::string path = robot_ini;
-    if (!CUT::LoadRobotIni(&path[0], &robot->cfg, &robot->ini))
+    if (!CUT::LoadRobotIniThrough(&path[0], &robot->cfg, &robot->ini))
         throw py::value_error("robot.ini '" + robot_ini +
                               "' did not load (the loader's line above says why)");
     const int links = robot->cfg.Arm[0].Dof;
