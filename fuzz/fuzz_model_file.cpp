@@ -25,8 +25,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     bool outside[7] = {};
     OnKine(q, pose);
     OnJacob(q, jac);
-    OnInvKine(pose, q, out, &f1, &f2, &f3);
-    OnInvKine_NSP(30.0, q, out, &f1, &f2, &f3);
+    // The diagnostic form runs both inverse steps (its lines go to stdout).
+    OnInvKine_NSP_test(pose, q, out, &f1, &f2, &f3, 30.0);
     OnInvKineRange(q, bound, outside);
     OnInvKineRange_Cross67(q + 5, bound);
     return 0;
