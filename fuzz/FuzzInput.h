@@ -51,8 +51,9 @@ public:
     {
         static const double kSpecial[] = {
             0.0, -0.0, 1.0, -1.0, 90.0, 180.0, -180.0, 360.0, 1e-5, 1e9, 1e12, 1e300, 1e308,
-            -1e308, std::numeric_limits<double>::denorm_min(), std::numeric_limits<double>::quiet_NaN(),
-            std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
+            -1e308, std::numeric_limits<double>::denorm_min(),
+            std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+            -std::numeric_limits<double>::infinity()};
         constexpr unsigned kCount = sizeof kSpecial / sizeof kSpecial[0];
         const uint8_t pick = byte();
         if (pick < kCount)

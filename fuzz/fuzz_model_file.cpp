@@ -15,7 +15,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // driven here on a stream of our own so the fuzzer does not run out of files.
     int loaded = OnInitKine_TOLVEXKINE(0, file.path());
     if (FILE* stream = std::fopen(file.path(), "rb")) {
-        loaded |= OnInitPilotPilotLmt(stream, &pilot, &lmt) && OnInitPilotPilotLmt(stream, &pilot, &lmt);
+        loaded |= OnInitPilotPilotLmt(stream, &pilot, &lmt) &&
+                  OnInitPilotPilotLmt(stream, &pilot, &lmt);
         std::fclose(stream);
     }
     if (!loaded)

@@ -136,8 +136,8 @@ TEST(HostileInput, AnalyticIkReportsFailureInsteadOfNaNJoints)
     FX_Kine_Pilot(&pilot, joints, T);
     struct Case {
         double ref[7];
-        double dir[3];  // used when non-zero or NaN; all zero means the ref-plane solver
-        bool with_dir;
+        double dir[3];
+        bool with_dir;  // FX_InvKine_PilotDir with dir, else FX_InvKine_Pilot
         int flag;  // which flag reports the failure: 1, 2 or 3
     } cases[] = {
         {{kNaN, 30, 20, 60, 15, 40, 25}, {}, false, 1},
@@ -152,9 +152,9 @@ TEST(HostileInput, AnalyticIkReportsFailureInsteadOfNaNJoints)
         std::memcpy(ref, c.ref, sizeof ref);
         std::memcpy(dir, c.dir, sizeof dir);
         unsigned char f[3] = {9, 9, 9};
-        const unsigned char r = c.with_dir
-                                    ? FX_InvKine_PilotDir(&pilot, ref, T, dir, &nbase, out, &f[0], &f[1], &f[2])
-                                    : FX_InvKine_Pilot(&pilot, ref, T, &nbase, out, &f[0], &f[1], &f[2]);
+        const unsigned char r =
+            c.with_dir ? FX_InvKine_PilotDir(&pilot, ref, T, dir, &nbase, out, &f[0], &f[1], &f[2])
+                       : FX_InvKine_Pilot(&pilot, ref, T, &nbase, out, &f[0], &f[1], &f[2]);
         EXPECT_EQ(r, 0);
         EXPECT_EQ(f[c.flag - 1], 1) << c.flag;
     }
@@ -189,7 +189,8 @@ TEST(HostileInput, ChainCountsOutsideTheRecordsWriteNothing)
 {
     FX_Pilot p;
     testarm::build(&p, true);
-    double q[8] = {}, T[4][4] = {{7}}, tau[8] = {7, 7, 7, 7, 7, 7, 7, 7}, g[3] = {0, 9.81, 0}, w[6] = {};
+    double q[8] = {}, T[4][4] = {{7}}, tau[8] = {7, 7, 7, 7, 7, 7, 7, 7};
+    double g[3] = {0, 9.81, 0}, w[6] = {};
     Impd_Process_Data d{};
     FX_CM_DPART_BUF buf{};
     for (int n : {0, -5, 9, 1000000000}) {
@@ -216,8 +217,12 @@ std::string WriteModel(const std::string& name, const std::string& first_line, i
     std::ifstream in(std::string(TOLVEX_EXAMPLES_DIR) + "/model-1017.txt");
     std::string line, text = first_line + "\n";
     std::getline(in, line);
-    for (int k = 0; std::getline(in, line); ++k)
-        text += (k == 0 && geometry_digits ? std::string(geometry_digits, '9') + line.substr(1) : line) + "\n";
+    for (int k = 0; std::getline(in, line); ++k) {
+        // The first geometry number (0) becomes geometry_digits nines.
+        if (k == 0 && geometry_digits)
+            line = std::string(geometry_digits, '9') + line.substr(1);
+        text += line + "\n";
+    }
     const std::string path = testing::TempDir() + name;
     std::ofstream(path) << text;
     return path;
