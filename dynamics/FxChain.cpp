@@ -61,6 +61,8 @@ void FX_TmatO(double alpha, double a, double d, double q, double T[4][4])
 void FX_SetLink(FX_Pilot* p, long i, double alpha, double a, double d, double theta,
                 double mass, double* com, double* inertia, double rotor_inertia)
 {
+    if (i < 0 || i >= FX_CHAIN_MAX_LINKS)
+        return;
     FX_Link* link = &p->links[i];
     link->alpha = alpha;
     link->a = a;
@@ -93,6 +95,8 @@ void FX_SetFlange(FX_Pilot* p, double alpha, double a, double d, double theta)
 // writes the tool transform local_T[n] (flange offset along z, then the tool).
 static void installTool(FX_Pilot* p, double* pose, double mass, double* com, double* inertia)
 {
+    if (p->n < 0 || p->n > FX_CHAIN_MAX_LINKS)
+        return;
     FX_Link* flange = &p->links[7];
     flange->mass = mass;
     for (int k = 0; k < 3; ++k) flange->com[k] = com[k];
@@ -125,6 +129,8 @@ void FX_RemoveTool(FX_Pilot* p)
 void FX_KINE(FX_Pilot* p, double* q, double T[4][4])
 {
     const int n = p->n;
+    if (n < 1 || n > FX_CHAIN_MAX_LINKS)
+        return;
     for (int i = 0; i < n; ++i) {
         FX_Tmat(&p->links[i], q[i]);
         FX_M44Copy(p->links[i].T, p->local_T[i]);

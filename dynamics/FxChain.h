@@ -32,17 +32,25 @@ struct FX_Pilot {
     long kin_cached;                // 1 once the dynamics cached local_T/local_Tt
 };
 
+// Counts the records hold: links 0..7 (slot 7 the flange, so a chain of up to 8
+// for the kinematics), and 7 joints in the dynamics' per-joint arrays. Calls
+// given a count outside these bounds write nothing.
+constexpr int FX_CHAIN_MAX_LINKS = 8;
+constexpr int FX_DYN_MAX_JOINTS = 7;
+
 void FX_Tmat(FX_Link* link, double q);
 void FX_TmatO(double alpha, double a, double d, double q, double T[4][4]);
+// Slot i in 0..7; any other i writes nothing.
 void FX_SetLink(FX_Pilot* p, long i, double alpha, double a, double d, double theta,
                 double mass, double* com, double* inertia, double rotor_inertia);
 void FX_SetFlange(FX_Pilot* p, double alpha, double a, double d, double theta);
 // pose: x, y, z in mm and A, B, C in degrees (scaled by pi/180 before the
-// degree-based pose builder); com 3 doubles; inertia 6 doubles.
+// degree-based pose builder); com 3 doubles; inertia 6 doubles. Both need
+// 0 <= n <= 8 (they write local_T[n]).
 void FX_SetTool(FX_Pilot* p, double* pose, double mass, double* com, double* inertia);
 void FX_RemoveTool(FX_Pilot* p);
 // Tool pose in the base frame into T; refreshes links[i].T, local_T[0..n-1]
-// and chain_T[0..n]. Requires 1 <= n <= 8.
+// and chain_T[0..n]. Writes nothing unless 1 <= n <= 8.
 void FX_KINE(FX_Pilot* p, double* q, double T[4][4]);
 
 #endif

@@ -6,6 +6,12 @@
 
 FX_CM_DPART_BUF s_cdb_tmp[7];
 
+// A run's buffers hold seven joints; it may start after the last one.
+static bool RunFits(const FX_Pilot* p, long from)
+{
+    return p->n <= FX_DYN_MAX_JOINTS && from >= 0 && from <= FX_DYN_MAX_JOINTS;
+}
+
 // Outward pass from link `from` on (the links before it keep the state in
 // s), then the inward pass over all links with no tip load.
 static void runFrom(FX_Pilot* p, double* qd, int from, FX_CM_DPART_BUF* s, double* out)
@@ -25,6 +31,8 @@ static void runFrom(FX_Pilot* p, double* qd, int from, FX_CM_DPART_BUF* s, doubl
 void FX_CMatInvDyn_A(FX_Pilot* p, double* q, double* qd, double* out, long j,
                      FX_CM_DPART_BUF* buf)
 {
+    if (!RunFits(p, j))
+        return;
     NE_Prepare(p, q);
     std::memset(buf, 0, sizeof *buf);
     runFrom(p, qd, static_cast<int>(j), buf, out);
@@ -33,6 +41,8 @@ void FX_CMatInvDyn_A(FX_Pilot* p, double* q, double* qd, double* out, long j,
 void FX_CMatInvDyn_B(FX_Pilot* p, double* q, double* qd, double* out, long k,
                      FX_CM_DPART_BUF* buf)
 {
+    if (!RunFits(p, k))
+        return;
     NE_Prepare(p, q);
     FX_CM_DPART_BUF state = *buf;
     runFrom(p, qd, static_cast<int>(k), &state, out);

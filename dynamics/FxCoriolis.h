@@ -25,7 +25,8 @@ extern FX_CM_DPART_BUF s_cdb_tmp[7];
 
 // Newton-Euler with velocities qd (e_j), no acceleration, gravity or wrench;
 // links before j at rest. The state of every link is left in buf; out[i] is
-// the z moment of joint i for all i.
+// the z moment of joint i for all i. Nothing is written unless 0 <= j <= 7
+// and n <= 7 (likewise for k below).
 void FX_CMatInvDyn_A(FX_Pilot* p, double* q, double* qd, double* out, long j,
                      FX_CM_DPART_BUF* buf);
 // Same with qd = e_j + e_k, reusing the run of joint j < k in buf (not

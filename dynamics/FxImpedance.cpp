@@ -6,6 +6,8 @@
 void FX_Impd_Process_Jacob(Impd_Process_Data* d, FX_Pilot* p)
 {
     const int n = p->n;
+    if (n < 1 || n > FX_DYN_MAX_JOINTS)
+        return;  // J has seven columns
     FX_KINE(p, d->q, d->pose);
 
     // The flange origin lies on the last joint axis: no linear part.

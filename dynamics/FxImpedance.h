@@ -14,7 +14,8 @@ struct Impd_Process_Data {
 };
 
 // pose = FX_KINE of d->q (tool included); J is the geometric Jacobian of the
-// flange origin, so a tool does not enter it. Only n columns are written.
+// flange origin, so a tool does not enter it. Only n columns are written;
+// nothing at all unless 1 <= n <= 7.
 void FX_Impd_Process_Jacob(Impd_Process_Data* d, FX_Pilot* p);
 
 // e = (dx, dy, dz) in mm and the x, y, z angles (degrees) of the Z-Y-X

@@ -5,6 +5,8 @@
 void FX_InvDyn(FX_Pilot* p, double* q, double* qd, double* qdd, double* g, double* wrench,
                double* tau)
 {
+    if (p->n > FX_DYN_MAX_JOINTS)
+        return;
     NE_Prepare(p, q);
 
     double w[7][3], wd[7][3], vd[7][3], F[7][3], N[7][3];

@@ -4,9 +4,11 @@
 
 void FX_MMatInvDyn(FX_Pilot* p, double* q, double* qdd, long j, double* out)
 {
+    if (p->n > FX_DYN_MAX_JOINTS)
+        return;
     NE_Prepare(p, q);
+    if (j < 0 || j >= p->n) return;
     const int from = static_cast<int>(j);
-    if (from >= p->n) return;
 
     // At rest w stays zero; the velocity terms are still evaluated.
     double w[3] = {0.0, 0.0, 0.0};

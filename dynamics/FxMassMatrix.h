@@ -7,7 +7,7 @@
 
 // Torques out[j..n-1] for accelerations qdd with the chain at rest and no
 // gravity, links before j held still; out[i] includes rotor_inertia * qdd[i].
-// out[0..j-1] are not written; nothing is written when j >= n.
+// out[0..j-1] are not written; nothing is written when j < 0, j >= n or n > 7.
 void FX_MMatInvDyn(FX_Pilot* p, double* q, double* qdd, long j, double* out);
 
 // M (kg*m^2), exactly symmetric, at the cached posture (q is read only while

@@ -30,7 +30,8 @@ bool shoulder_in_wrist_frame(IK_Poilt7* ik, double q7, double T[4][4], double D[
 
     const double Dx = D[0][3], Dy = D[1][3], Dz = D[2][3];
     *r = FX_Sqrt(Dx * Dx + Dy * Dy + Dz * Dz);
-    return !(*r > ik->L_fore + ik->L_upper);
+    // Written as an "inside" test: a NaN or infinite pose or q7 is out of reach.
+    return *r <= ik->L_fore + ik->L_upper;
 }
 
 // Interior elbow angle (degrees) for a shoulder-to-wrist distance r; NaN when
@@ -119,14 +120,6 @@ void elbow_rows(IK_Poilt7* ik, double D[4][4], const Elbow& e, double q7, double
     }
 }
 
-void wrap_half_turn(double* angle)
-{
-    while (*angle > 180.0)
-        *angle -= 360.0;
-    while (*angle < -180.0)
-        *angle += 360.0;
-}
-
 // Appends a base row and its shoulder twin (joint 1 and 3 turned half a turn,
 // joint 2 negated). A degenerate shoulder has no distinct twin: it is copied.
 void append_with_twin(const double row[8], long* count, double sol[][8])
@@ -139,8 +132,8 @@ void append_with_twin(const double row[8], long* count, double sol[][8])
         twin[0] = row[0] + 180.0;
         twin[1] = -row[1];
         twin[2] = row[2] + 180.0;
-        wrap_half_turn(&twin[0]);
-        wrap_half_turn(&twin[2]);
+        twin[0] = FX_WrapClosed(twin[0]);
+        twin[2] = FX_WrapClosed(twin[2]);
     }
 }
 
@@ -192,6 +185,8 @@ unsigned char FX_IKLock7_With_Config(IK_Poilt7* ik, double q7, double* ref, doub
         q4 = ik->elbow_ref - E;
     else if (ref[3] < ik->elbow_ref_m180)
         q4 = ik->elbow_ref + E - 360.0;
+    else if (ref[3] != ik->elbow_ref_m180)
+        return 0;  // a NaN reference elbow names no branch
     const Elbow elbow = make_elbow(ik, away_from_zero(q4), D[2][3], true);
     if (!elbow.ok)
         return 0;

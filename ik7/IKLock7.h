@@ -12,7 +12,8 @@
 
 // Solves the flange pose T (mm) with joint 7 at q7 (degrees) into sol (room
 // for eight rows); *count becomes 4 or 8. Returns 0 when the wrist is out of
-// reach or neither elbow admits a wrist, leaving count and sol untouched.
+// reach (also for a NaN or infinite T or q7) or neither elbow admits a wrist,
+// leaving count and sol untouched.
 // Targets nearer the shoulder than the elbow can fold are not rejected: their
 // rows come out NaN.
 unsigned char FX_IKLock7(IK_Poilt7* ik, double q7, double T[4][4], long* count, double sol[][8]);
@@ -23,7 +24,7 @@ unsigned char FX_IKLock7_ALL(IK_Poilt7* ik, double q7, double T[4][4], long* cou
 
 // Solves only the elbow branch on the side of ref[3] (joint 4 of a reference
 // vector of seven joints): four rows, *count = 4. Returns 0 (outputs
-// untouched) when out of reach or that elbow admits no wrist.
+// untouched) when out of reach, ref[3] is NaN or that elbow admits no wrist.
 unsigned char FX_IKLock7_With_Config(IK_Poilt7* ik, double q7, double* ref, double T[4][4], long* count,
                                      double sol[][8]);
 

@@ -12,16 +12,6 @@ constexpr double kAtZero = 0.01;
 
 bool at_zero(double q) { return FX_Fabs(q) < kAtZero; }
 
-// Into (-180, 180]: 180 passes through -180 and comes back to 180.
-double wrap_difference(double d)
-{
-    while (d >= 180.0)
-        d -= 360.0;
-    while (d <= -180.0)
-        d += 360.0;
-    return d;
-}
-
 // Joint 2 at zero: joint 1 takes the reference, joint 3 the rest of the
 // shoulder rotation, whose sign the degenerate shoulder solve reversed.
 void split_shoulder(double row[8], const double* ref)
@@ -72,7 +62,7 @@ double distance(const double row[8], const double* ref)
 {
     double cost = 0.0;
     for (int j = 0; j < 7; ++j)
-        cost += FX_Fabs(wrap_difference(row[j] - ref[j]));
+        cost += FX_Fabs(FX_WrapHalfOpen(row[j] - ref[j]));
     return cost;
 }
 
@@ -81,6 +71,8 @@ double distance(const double row[8], const double* ref)
 unsigned char FX_SelectSolve(IK_Poilt7*, long n, double* ref, double sol[][8], double* out)
 {
     double cost[8];
+    if (n < 1 || n > 8)
+        return 0;  // the table and the cost array hold one to eight rows
     for (long i = 0; i < n; ++i) {
         resolve_singular(sol[i], ref);
         cost[i] = distance(sol[i], ref);
@@ -90,7 +82,7 @@ unsigned char FX_SelectSolve(IK_Poilt7*, long n, double* ref, double sol[][8], d
         if (cost[i] < cost[best])
             best = i;
     for (int j = 0; j < 8; ++j)
-        out[j] = wrap_difference(sol[best][j]);
+        out[j] = FX_WrapHalfOpen(sol[best][j]);
     return 1;
 }
 

@@ -10,7 +10,7 @@
 // and writes it to out[0..7] with every entry in (-180, 180]. Rows where
 // joint 2, 4 or 6 lies within 0.01 of 0 are first rewritten in place so the
 // freedom of the two coinciding axes is split as in ref. ik is not read.
-// Always 1.
+// Returns 1, or 0 (nothing written) when n lies outside 1..8.
 unsigned char FX_SelectSolve(IK_Poilt7* ik, long n, double* ref, double sol[][8], double* out);
 
 // Same as FX_SelectSolve.

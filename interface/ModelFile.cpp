@@ -1,5 +1,7 @@
 #include "interface/ModelFile.h"
 
+#include "math/FxScalar.h"
+
 namespace {
 
 constexpr long kUnbounded = -1;
@@ -105,7 +107,10 @@ bool FX_Load_Pilot_Cfg(FILE* stream, long* type_code, double geometry[8][4], dou
     double values[kModelValuesPerLine];
     if (!readNumberLine(stream, values, 1))
         return false;
-    *type_code = static_cast<long>(values[0] + 0.1);
+    // Checked before converting: a value no 64-bit code can hold (or NaN)
+    // becomes 0, which names no model.
+    const double code = values[0] + 0.1;
+    *type_code = code >= -0x1p63 && code < 0x1p63 ? static_cast<long>(code) : 0;
     for (int k = 0; k < 7; ++k) {
         if (!readNumberLine(stream, values, 8))
             return false;
@@ -134,6 +139,10 @@ bool OnInitPilotPilotLmt(FILE* stream, Pilot* pilot, PilotLmt* lmt)
     double limits[7][4];
     double extra[4][3];
     if (!FX_Load_Pilot_Cfg(stream, &type_code, geometry, limits, extra))
+        return false;
+    // The parser has no overflow check: a value too long for a double is infinite.
+    if (!FX_AllFinite(&geometry[0][0], 32) || !FX_AllFinite(&limits[0][0], 28) ||
+        !FX_AllFinite(&extra[0][0], 12))
         return false;
     unsigned char variant;
     if (type_code == 1007)

@@ -20,10 +20,12 @@ bool OnGetLine(FILE* stream, char* line);
 // All numbers of the line; separators are any characters but digits, '-' and '.'.
 // Writes as many values as the line holds: the caller sizes `values`.
 bool OnGetValue(char* line, double* values, long& count);
-// One model block: type code, geometry and limit rows, limit extras.
+// One model block: type code, geometry and limit rows, limit extras. A type
+// code beyond the 64-bit range is stored as 0.
 bool FX_Load_Pilot_Cfg(FILE* stream, long* type_code, double geometry[8][4], double limits[7][4],
                        double extra[4][3]);
-// Reads one block and, for type codes 1007 and 1017, sets up both records.
+// Reads one block and, for type codes 1007 and 1017 with every number finite,
+// sets up both records.
 bool OnInitPilotPilotLmt(FILE* stream, Pilot* pilot, PilotLmt* lmt);
 
 #endif

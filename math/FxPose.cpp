@@ -121,10 +121,10 @@ void FX_MatRotAxis(double* axis, double angle, double in[3][3], double out[3][3]
 double MinDif(double target, double* angle)
 {
     double d = target - *angle;
-    while (d > 0)
-        d -= 360;
-    while (d < 0)
-        d += 360;
+    // Into [0, 360): the turns before the last step are exact, the last
+    // step past zero (and back for a positive d) rounds as a loop would.
+    const double r = FX_TurnRemainder(d);
+    d = r > 0 ? (r - 360) + 360 : r < 0 ? r + 360 : r;
     if (d > 180)
         d -= 360;
     *angle = target - d;

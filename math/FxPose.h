@@ -20,6 +20,7 @@ int Matrix2ZYX(double r[3][3], double out[3]);
 // out = R(axis, angle degrees) x in; the axis is used as given (not normalised).
 void FX_MatRotAxis(double* axis, double angle, double in[3][3], double out[3][3]);
 // Moves *angle by whole turns to within 180 degrees of target; returns |difference|.
+// A non-finite difference makes *angle NaN and returns NaN.
 double MinDif(double target, double* angle);
 
 #endif

@@ -27,3 +27,38 @@ void FX_SIN_COS_DEG(double x, double* s, double* c) { FX_SIN_COS_ARC(x * FX_DEG2
 double FX_ATan2(double y, double x) { return std::atan2(y, x); }
 
 double FX_ACOS(double x) { return FX_ATan2(FX_Sqrt(1 - x * x), x); }
+
+bool FX_AllFinite(const double* v, int n)
+{
+    for (int i = 0; i < n; ++i)
+        if (!std::isfinite(v[i]))
+            return false;
+    return true;
+}
+
+double FX_TurnRemainder(double x)
+{
+    // fmod is exact; the loops end on +0 after a whole number of turns.
+    const double r = std::fmod(x, 360.0);
+    return r == 0.0 && x != 0.0 ? 0.0 : r;
+}
+
+double FX_WrapHalfOpen(double x)
+{
+    double r = FX_TurnRemainder(x);
+    if (r >= 180.0)
+        r -= 360.0;
+    if (r <= -180.0)
+        r += 360.0;
+    return r;
+}
+
+double FX_WrapClosed(double x)
+{
+    double r = FX_TurnRemainder(x);
+    if (r > 180.0)
+        r -= 360.0;
+    else if (r < -180.0)
+        r += 360.0;
+    return r;
+}

@@ -20,4 +20,15 @@ void FX_SIN_COS_DEG(double x, double* s, double* c);
 double FX_ATan2(double y, double x);  // radians in [-pi, pi]
 double FX_ACOS(double x);             // FX_ATan2(FX_Sqrt(1 - x*x), x); NaN for |x| > 1
 
+// True when none of v[0..n-1] is NaN or infinite.
+bool FX_AllFinite(const double* v, int n);
+
+// Whole-turn wrapping in degrees, in bounded time. Each gives the same double
+// as the loop it names wherever that loop steps by 360 exactly (|x| < 2^56,
+// far beyond where it ends in practice); beyond, the exact remainder; a
+// non-finite x gives NaN (the loop would never end on an infinity).
+double FX_TurnRemainder(double x);  // x less whole turns, sign of x, in (-360, 360); a whole turn gives +0
+double FX_WrapHalfOpen(double x);   // while x >= 180: x -= 360; while x <= -180: x += 360 -> (-180, 180]
+double FX_WrapClosed(double x);     // while x > 180: x -= 360; while x < -180: x += 360 -> [-180, 180]
+
 #endif

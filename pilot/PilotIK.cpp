@@ -129,6 +129,12 @@ static unsigned char SolveInPlane(ArmTriangle* tri, double* plane, NSPBase* nbas
     FX_VectNorm(e2);
     FX_VectCross(e2, tri->u, e1);
     FX_VectNorm(e1);
+    // A zero, NaN or shoulder-wrist-parallel plane vector (or a wrist centre
+    // on the shoulder) fixes no elbow plane: fail before nbase is touched.
+    if (!FX_AllFinite(e1, 3)) {
+        *flag1 = 1;
+        return 0;
+    }
 
     double zu[3];
     double zf[3];

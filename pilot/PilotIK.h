@@ -19,8 +19,9 @@ struct NSPBase {
 
 // Joints (degrees) for the tool pose `target` (mm); ref joint 4 picks the elbow
 // branch, ref joints 1 and 2 the elbow plane. Returns 1 when `out` holds seven
-// joints. flag1: out of reach or no elbow branch; flag2, flag3: shoulder and
-// wrist singular.
+// joints. flag1: out of reach, no elbow branch, or no elbow plane (a zero, NaN
+// or shoulder-wrist-parallel plane vector, NaN ref joints 1-2); flag2, flag3:
+// shoulder and wrist singular or not finite (NaN ref joints 3, 5-7).
 unsigned char FX_InvKine_Pilot(Pilot* pilot, double* ref, double target[4][4], NSPBase* nbase,
                                double* out, unsigned char* flag1, unsigned char* flag2,
                                unsigned char* flag3);

@@ -47,15 +47,15 @@ bool CurvesApply(const PilotLmt* lmt, double q6, double q7, double* bound)
     return false;
 }
 
-// Points exactly on the curve are inside.
+// Points exactly on the curve are inside; NaN joints are beyond it.
 bool BeyondCurve(const PilotLmt* lmt, CurveRow row, double q6, double q7)
 {
     const double* curve = lmt->Curve[row];
     const double limit = q6 * (curve[0] * q6 + curve[1]) + curve[2];
     if (row == kUpperRight || row == kUpperLeft) {
-        return q7 > limit;
+        return !(q7 <= limit);
     }
-    return limit > q7;
+    return !(limit <= q7);
 }
 
 // Corner point where the direction of slope s leaves the curve's span, or null.
@@ -188,7 +188,8 @@ void FX_CCSBD(PilotLmt* lmt, double* q67, double* bound)
 void FX_CCSBD_CHECK(PilotLmt* lmt, double* joints, double* bound, bool* outside)
 {
     for (int i = 0; i < 5; ++i) {
-        if (lmt->JointMin[i] > joints[i] || joints[i] > lmt->JointMax[i]) {
+        // An "inside" test, so that a NaN joint is flagged as outside.
+        if (!(lmt->JointMin[i] <= joints[i] && joints[i] <= lmt->JointMax[i])) {
             outside[i] = true;
         }
     }

@@ -25,6 +25,7 @@ void InitDBPara(PilotLmt* lmt);
 void FX_CCSBD(PilotLmt* lmt, double* q67, double* bound);
 // Boundary point for joints[5..6]; sets (never clears) outside[i] for joints 1-5
 // beyond their limits and outside[5], outside[6] when q6/q7 is beyond its corner curve.
+// NaN joints count as outside (joints 6/7 only where a curve is tested).
 void FX_CCSBD_CHECK(PilotLmt* lmt, double* joints, double* bound, bool* outside);
 // Two-joint form: sets (never clears) `outside` when q67 is beyond its corner curve.
 void FX_CCSBD_CHECK_old(PilotLmt* lmt, double* q67, double* bound, bool& outside);

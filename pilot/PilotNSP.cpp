@@ -2,6 +2,7 @@
 
 #include "math/FxMatrix.h"
 #include "math/FxPose.h"
+#include "math/FxScalar.h"
 
 namespace {
 
@@ -112,22 +113,33 @@ static unsigned char SolveTriple(NSPBase* nbase, const TripleSolver& solver, dou
     return 1;
 }
 
+// SolveTriple, except that a triple that is not finite (from a NaN or
+// infinite arm angle or reference) is no solution: flag set, result 0.
+static unsigned char FiniteTriple(NSPBase* nbase, const TripleSolver& solver, double angle,
+                                  double* ref, double* out, unsigned char* flag)
+{
+    if (SolveTriple(nbase, solver, angle, ref, out, flag) && FX_AllFinite(out, 3))
+        return 1;
+    *flag = 1;
+    return 0;
+}
+
 unsigned char FX_SolveJ123ZNYZ(NSPBase* nbase, double arm_angle, double* ref, double* out,
                                unsigned char* flag)
 {
-    return SolveTriple(nbase, kShoulder, arm_angle, ref, out, flag);
+    return FiniteTriple(nbase, kShoulder, arm_angle, ref, out, flag);
 }
 
 unsigned char FX_SolveJ567ZNYZ(NSPBase* nbase, double arm_angle, double* ref, double* out,
                                unsigned char* flag)
 {
-    return SolveTriple(nbase, kWristZYZ, arm_angle, ref + 4, out + 4, flag);
+    return FiniteTriple(nbase, kWristZYZ, arm_angle, ref + 4, out + 4, flag);
 }
 
 unsigned char FX_SolveJ567ZNYX(NSPBase* nbase, double arm_angle, double* ref, double* out,
                                unsigned char* flag)
 {
-    return SolveTriple(nbase, kWristZYX, arm_angle, ref + 4, out + 4, flag);
+    return FiniteTriple(nbase, kWristZYX, arm_angle, ref + 4, out + 4, flag);
 }
 
 unsigned char FX_InvKine_Pilot_NSP(NSPBase* nbase, double arm_angle, double* ref, double* out,

@@ -7,7 +7,8 @@
 
 // Each solver writes its three joints (degrees) nearest to `ref` and returns 1;
 // flag is 1 when the frame at `arm_angle` (degrees) is singular and the joints are
-// averaged from arm_angle +/- 1. Returns 0 when a neighbour is singular as well.
+// averaged from arm_angle +/- 1. Returns 0 when a neighbour is singular as well,
+// or, with flag 1, when the joints are not finite (NaN or infinite angle or ref).
 unsigned char FX_SolveJ123ZNYZ(NSPBase* nbase, double arm_angle, double* ref, double* out,
                                unsigned char* flag);
 // Variant-0 wrist: in the regular case always the (alpha + 180, beta, gamma + 180) solution.
