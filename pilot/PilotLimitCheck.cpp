@@ -15,6 +15,8 @@ bool FX_CheckPilotLimits(PilotLmt* lmt, const double* joints, PilotLimitVerdict*
     // which flags joints 6 and 7 together and never against their straight edges.
     bool curve[7] = {false, false, false, false, false, false, false};
     FX_CCSBD_CHECK(lmt, q, verdict->bound, curve);
+    // A NaN joint 6 or 7 makes the host flag both; only the NaN one is reported here.
+    const bool corner_known = !std::isnan(q[5]) && !std::isnan(q[6]);
     bool all_inside = true;
     for (int i = 0; i < 7; ++i) {
         PilotJointState state = PILOT_INSIDE;
@@ -24,7 +26,7 @@ bool FX_CheckPilotLimits(PilotLmt* lmt, const double* joints, PilotLimitVerdict*
             state = PILOT_BELOW_MIN;
         } else if (q[i] > lmt->JointMax[i]) {
             state = PILOT_ABOVE_MAX;
-        } else if (i >= 5 && curve[i]) {
+        } else if (i >= 5 && curve[i] && corner_known) {
             state = PILOT_BEYOND_CORNER;
         }
         verdict->state[i] = state;

@@ -42,7 +42,7 @@ const Case kCases[] = {
     {105, -130, I, I, false},       {105, -150, CU, CU, true},    // lower right
     {115, 175, HI, HI, true},       {-115, -175, LO, LO, true},   // beyond both edges and the curve
     {109, 130, CU, CU, true},        {112, 125, HI, CU, true},     // past the curve; q6 also past its edge
-    {NAN, 10, NN, I, false},
+    {NAN, 10, NN, I, true},        {10, NAN, I, NN, true},       // NaN: the host flags both
 };
 
 TEST(PilotLimitCheck, EdgesAndCornersBesideTheHostCheck)
