@@ -49,7 +49,7 @@ void twistSinCos(double alpha, double* s, double* c)
 {
     uint64_t bits;
     std::memcpy(&bits, &alpha, sizeof bits);
-    const unsigned slot = static_cast<unsigned>((bits >> 52) ^ (bits >> 44) ^ bits) & 7u;
+    const unsigned slot = static_cast<unsigned>((bits * 0xff51afd7ed558ccdull) >> 61);
     TwistMemo& m = g_twists;
     if (!m.filled[slot] || m.key[slot] != bits) {
         FX_SIN_COS_ARC(alpha, &m.s[slot], &m.c[slot]);

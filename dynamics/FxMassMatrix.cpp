@@ -18,7 +18,7 @@ void FX_MMatInvDyn(FX_Pilot* p, double* q, double* qdd, long j, double* out)
         double r_w[3];
         NE_FrameAccel(Tt, w, wd, vd, vd);
         NE_AngularAccel(Tt, w, wd, 0.0, qdd[i], wd);
-        FX_MVmult43(Tt, w, r_w);
+        fx_rotate(Tt, w, r_w);
         for (int k = 0; k < 3; ++k) w[k] = r_w[k];
         NE_LinkWrench(p, i, w, wd, vd, F[i], N[i]);
     }

@@ -5,6 +5,7 @@
 
 #include "dynamics/FxChain.h"
 #include "math/FxMatrix.h"
+#include "math/FxRigid.h"
 
 // Joint-velocity magnitude at or below which the Coriolis cross term of the
 // angular acceleration is skipped.
@@ -66,8 +67,9 @@ static inline void NE_Prepare(FX_Pilot* p, double* q)
     if (p->kin_cached == 0) {
         for (int i = 0; i < p->n; ++i) {
             FX_Tmat(&p->links[i], q[i]);
-            FX_M44Copy(p->links[i].T, p->local_T[i]);
-            FX_TMatTranspose(p->local_T[i], p->local_Tt[i]);
+            fx_copy44(p->links[i].T, p->local_T[i]);
+            for (int r = 0; r < 4; ++r)
+                for (int c = 0; c < 4; ++c) p->local_Tt[i][r][c] = p->local_T[i][c][r];
         }
         p->kin_cached = 1;
     }
@@ -79,11 +81,11 @@ static inline void NE_FrameAccel(double Tt[4][4], double* w, double* wd, double*
                                  double* vd_out)
 {
     double wd_p[3], w_p[3], w_w_p[3], sum[3];
-    FX_VectCross(wd, Tt[3], wd_p);
-    FX_VectCross(w, Tt[3], w_p);
-    FX_VectCross(w, w_p, w_w_p);
+    fx_cross(wd, Tt[3], wd_p);
+    fx_cross(w, Tt[3], w_p);
+    fx_cross(w, w_p, w_w_p);
     for (int k = 0; k < 3; ++k) sum[k] = vd[k] + wd_p[k] + w_w_p[k];
-    FX_MVmult43(Tt, sum, vd_out);
+    fx_rotate(Tt, sum, vd_out);
 }
 
 // wd_out = R^T wd + qdd z, plus (R^T w) x (qd z) when |qd| > NE_QD_EPS.
@@ -92,14 +94,14 @@ static inline void NE_AngularAccel(double Tt[4][4], double* w, double* wd, doubl
                                    double qdd, double* wd_out)
 {
     double r_wd[3];
-    FX_MVmult43(Tt, wd, r_wd);
+    fx_rotate(Tt, wd, r_wd);
     wd_out[0] = r_wd[0];
     wd_out[1] = r_wd[1];
     wd_out[2] = r_wd[2] + qdd;
     if (qd < -NE_QD_EPS || qd > NE_QD_EPS) {
         double r_w[3], qd_z[3] = {0.0, 0.0, qd}, term[3];
-        FX_MVmult43(Tt, w, r_w);
-        FX_VectCross(r_w, qd_z, term);
+        fx_rotate(Tt, w, r_w);
+        fx_cross(r_w, qd_z, term);
         for (int k = 0; k < 3; ++k) wd_out[k] = wd_out[k] + term[k];
     }
 }
@@ -122,12 +124,12 @@ static inline void NE_LinkWrench(FX_Pilot* p, int i, double* w, double* wd, doub
     double* c = p->dyn_moment[i];
     double i_wd[3], c_vd[3], i_w[3], w_iw[3], wd_c[3], w_c[3], w_w_c[3];
     NE_InertiaTimes(I, wd, i_wd);
-    FX_VectCross(c, vd, c_vd);
+    fx_cross(c, vd, c_vd);
     NE_InertiaTimes(I, w, i_w);
-    FX_VectCross(w, i_w, w_iw);
-    FX_VectCross(wd, c, wd_c);
-    FX_VectCross(w, c, w_c);
-    FX_VectCross(w, w_c, w_w_c);
+    fx_cross(w, i_w, w_iw);
+    fx_cross(wd, c, wd_c);
+    fx_cross(w, c, w_c);
+    fx_cross(w, w_c, w_w_c);
     for (int k = 0; k < 3; ++k) {
         N[k] = i_wd[k] + c_vd[k] + w_iw[k];
         F[k] = wd_c[k] + w_w_c[k];
@@ -149,7 +151,7 @@ static inline void NE_OutwardPass(FX_Pilot* p, int from, double* qd, double* qdd
         double(*Tt)[4] = p->local_Tt[i];
         NE_FrameAccel(Tt, w_prev, wd_prev, vd_prev, vd[i]);
         NE_AngularAccel(Tt, w_prev, wd_prev, qd[i], qdd[i], wd[i]);
-        FX_MVmult43(Tt, w_prev, w[i]);
+        fx_rotate(Tt, w_prev, w[i]);
         w[i][2] = w[i][2] + qd[i];
         NE_LinkWrench(p, i, w[i], wd[i], vd[i], F[i], N[i]);
         w_prev = w[i];
@@ -164,9 +166,9 @@ static inline void NE_InwardStep(double T[4][4], double* F, double* N, double* f
 {
     double r_f[3], r_m[3], p_rf[3];
     double pos[3] = {T[0][3], T[1][3], T[2][3]};
-    FX_MVmult43(T, f, r_f);
-    FX_MVmult43(T, m, r_m);
-    FX_VectCross(pos, r_f, p_rf);
+    fx_rotate(T, f, r_f);
+    fx_rotate(T, m, r_m);
+    fx_cross(pos, r_f, p_rf);
     for (int k = 0; k < 3; ++k) {
         m[k] = r_m[k] + p_rf[k] + N[k];
         f[k] = r_f[k] + F[k];

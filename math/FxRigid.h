@@ -19,7 +19,7 @@ inline void fx_rotate(const double m[4][4], const double* v, double* out)
 }
 
 // out = in x Rz with cos c and sin s, last row 0, 0, 0, 1 (FX_XYZMRot).
-inline void fx_turn_z(const double in[4][4], double c, double s, double out[4][4])
+inline void fx_turn_z(const double (*__restrict in)[4], double c, double s, double (*__restrict out)[4])
 {
     for (int r = 0; r < 3; ++r) {
         out[r][0] = in[r][0] * c + in[r][1] * s;
@@ -36,7 +36,7 @@ inline void fx_turn_z(const double in[4][4], double c, double s, double out[4][4
 // out = a x b (FX_MMM44) for a b whose last row is exactly 0, 0, 0, 1: the
 // products with those zeros and that one are left out of rows 0-2. Row 3 is
 // formed in full, so that a NaN in b still reaches it as in the full product.
-inline void fx_mul_rigid(const double a[4][4], const double b[4][4], double out[4][4])
+inline void fx_mul_rigid(const double (*__restrict a)[4], const double (*__restrict b)[4], double (*__restrict out)[4])
 {
     for (int r = 0; r < 3; ++r) {
         for (int c = 0; c < 3; ++c) out[r][c] = a[r][0] * b[0][c] + a[r][1] * b[1][c] + a[r][2] * b[2][c];
@@ -46,7 +46,7 @@ inline void fx_mul_rigid(const double a[4][4], const double b[4][4], double out[
         out[3][c] = a[3][0] * b[0][c] + a[3][1] * b[1][c] + a[3][2] * b[2][c] + a[3][3] * b[3][c];
 }
 
-inline void fx_copy44(const double src[4][4], double dst[4][4])
+inline void fx_copy44(const double (*__restrict src)[4], double (*__restrict dst)[4])
 {
     for (int r = 0; r < 4; ++r)
         for (int c = 0; c < 4; ++c) dst[r][c] = src[r][c];
