@@ -136,6 +136,20 @@ static inline void NE_LinkWrench(FX_Pilot* p, int i, double* w, double* wd, doub
     }
 }
 
+// One outward step at link i from the state (w_prev, wd_prev, vd_prev) of the
+// body before it, into w, wd, vd, F, N.
+static inline void NE_OutwardStep(FX_Pilot* p, int i, double qd, double qdd, double* w_prev,
+                                  double* wd_prev, double* vd_prev, double* w, double* wd, double* vd,
+                                  double* F, double* N)
+{
+    double(*Tt)[4] = p->local_Tt[i];
+    NE_FrameAccel(Tt, w_prev, wd_prev, vd_prev, vd);
+    NE_AngularAccel(Tt, w_prev, wd_prev, qd, qdd, wd);
+    fx_rotate(Tt, w_prev, w);
+    w[2] = w[2] + qd;
+    NE_LinkWrench(p, i, w, wd, vd, F, N);
+}
+
 // Outward pass over links from..n-1 with joint rates qd, qdd; w0, wd0, vd0
 // is the state of the body before link `from`. Results go to w[i], wd[i],
 // vd[i], F[i], N[i].
@@ -144,25 +158,37 @@ static inline void NE_OutwardPass(FX_Pilot* p, int from, double* qd, double* qdd
                                   double (*wd)[3], double (*vd)[3], double (*F)[3],
                                   double (*N)[3])
 {
-    double* w_prev = w0;
-    double* wd_prev = wd0;
-    double* vd_prev = vd0;
-    for (int i = from; i < p->n; ++i) {
-        double(*Tt)[4] = p->local_Tt[i];
-        NE_FrameAccel(Tt, w_prev, wd_prev, vd_prev, vd[i]);
-        NE_AngularAccel(Tt, w_prev, wd_prev, qd[i], qdd[i], wd[i]);
-        fx_rotate(Tt, w_prev, w[i]);
-        w[i][2] = w[i][2] + qd[i];
-        NE_LinkWrench(p, i, w[i], wd[i], vd[i], F[i], N[i]);
-        w_prev = w[i];
-        wd_prev = wd[i];
-        vd_prev = vd[i];
-    }
+    for (int i = from; i < p->n; ++i)
+        NE_OutwardStep(p, i, qd[i], qdd[i], i == from ? w0 : w[i - 1], i == from ? wd0 : wd[i - 1],
+                       i == from ? vd0 : vd[i - 1], w[i], wd[i], vd[i], F[i], N[i]);
+}
+
+// The outward step of a chain at rest (the mass-matrix passes): w stays
+// exactly zero, so every term it enters is an exact zero and is left out.
+// wd and vd are updated in place.
+static inline void NE_RestStep(FX_Pilot* p, int i, double qdd, double* wd, double* vd, double* F,
+                               double* N)
+{
+    double(*Tt)[4] = p->local_Tt[i];
+    double wd_p[3], sum[3], r_wd[3];
+    fx_cross(wd, Tt[3], wd_p);
+    for (int k = 0; k < 3; ++k) sum[k] = vd[k] + wd_p[k];
+    fx_rotate(Tt, sum, vd);
+    fx_rotate(Tt, wd, r_wd);
+    wd[0] = r_wd[0];
+    wd[1] = r_wd[1];
+    wd[2] = r_wd[2] + qdd;
+    double i_wd[3], c_vd[3];
+    NE_InertiaTimes(p->dyn_inertia[i], wd, i_wd);
+    fx_cross(p->dyn_moment[i], vd, c_vd);
+    fx_cross(wd, p->dyn_moment[i], F);
+    for (int k = 0; k < 3; ++k) N[k] = i_wd[k] + c_vd[k];
 }
 
 // One inward step across the transform T of the next link (rotation R,
 // translation p): m <- R m + p x (R f) + N, f <- R f + F.
-static inline void NE_InwardStep(double T[4][4], double* F, double* N, double* f, double* m)
+static inline void NE_InwardStep(double T[4][4], const double* F, const double* N, double* f,
+                                 double* m)
 {
     double r_f[3], r_m[3], p_rf[3];
     double pos[3] = {T[0][3], T[1][3], T[2][3]};
@@ -184,6 +210,31 @@ static inline void NE_InwardPass(FX_Pilot* p, int to, double (*F)[3], double (*N
         NE_InwardStep(p->local_T[i + 1], F[i], N[i], f, m);
         tau[i] = m[2];
     }
+}
+
+// One run of the inward pass, from a zero tip load down to link `to`.
+struct NE_InwardRun {
+    const double (*F)[3];  // link forces, indexed by link
+    const double (*N)[3];  // link moments
+    double* tau;           // tau[i] = z moment at joint i, for i >= to
+    int to;
+    double f[3];
+    double m[3];
+};
+
+// Several independent inward passes, link by link: the runs do not depend on
+// each other, so their steps overlap, and each does exactly its own steps.
+static inline void NE_InwardRuns(FX_Pilot* p, NE_InwardRun* runs, int count)
+{
+    for (int r = 0; r < count; ++r)
+        for (int k = 0; k < 3; ++k) runs[r].f[k] = runs[r].m[k] = 0.0;
+    for (int i = p->n - 1; i >= 0; --i)
+        for (int r = 0; r < count; ++r) {
+            NE_InwardRun& run = runs[r];
+            if (i < run.to) continue;
+            NE_InwardStep(p->local_T[i + 1], run.F[i], run.N[i], run.f, run.m);
+            run.tau[i] = run.m[2];
+        }
 }
 
 #endif
