@@ -77,7 +77,7 @@ static inline void NE_Prepare(FX_Pilot* p, double* q)
 
 // vd_out = R^T (vd + wd x p + w x (w x p)), R and p of the link transform
 // whose transpose is Tt (p is row 3 of Tt). vd_out may be vd.
-static inline void NE_FrameAccel(double Tt[4][4], double* w, double* wd, double* vd,
+static inline void NE_FrameAccel(double Tt[4][4], const double* w, const double* wd, const double* vd,
                                  double* vd_out)
 {
     double wd_p[3], w_p[3], w_w_p[3], sum[3];
@@ -90,7 +90,7 @@ static inline void NE_FrameAccel(double Tt[4][4], double* w, double* wd, double*
 
 // wd_out = R^T wd + qdd z, plus (R^T w) x (qd z) when |qd| > NE_QD_EPS.
 // wd_out may be wd.
-static inline void NE_AngularAccel(double Tt[4][4], double* w, double* wd, double qd,
+static inline void NE_AngularAccel(double Tt[4][4], const double* w, const double* wd, double qd,
                                    double qdd, double* wd_out)
 {
     double r_wd[3];
@@ -138,9 +138,9 @@ static inline void NE_LinkWrench(FX_Pilot* p, int i, double* w, double* wd, doub
 
 // One outward step at link i from the state (w_prev, wd_prev, vd_prev) of the
 // body before it, into w, wd, vd, F, N.
-static inline void NE_OutwardStep(FX_Pilot* p, int i, double qd, double qdd, double* w_prev,
-                                  double* wd_prev, double* vd_prev, double* w, double* wd, double* vd,
-                                  double* F, double* N)
+static inline void NE_OutwardStep(FX_Pilot* p, int i, double qd, double qdd, const double* w_prev,
+                                  const double* wd_prev, const double* vd_prev, double* w, double* wd,
+                                  double* vd, double* F, double* N)
 {
     double(*Tt)[4] = p->local_Tt[i];
     NE_FrameAccel(Tt, w_prev, wd_prev, vd_prev, vd);
