@@ -102,17 +102,24 @@ void FX_CalCmatDPT_Q(FX_Pilot* p, double* q, FX_CM_YTC_BUF* y)
 void FX_CalCmat_DPT_QD(FX_CM_YTC_BUF* y, double* qd, double D[7][7], double S[7][7],
                        double C[7][7])
 {
+    const double v[7] = {qd[0], qd[1], qd[2], qd[3], qd[4], qd[5], qd[6]};
+    const double(*mixed)[7][7] = y->mixed;
     for (int i = 0; i < 7; ++i)
-        for (int j = 0; j < 7; ++j) {
-            D[i][j] = y->square[i][j];
-            S[i][j] = 0.0;
+        for (int j = 0; j < 7; ++j) D[i][j] = y->square[i][j];
+    // Column x of S collects, in the order of the pairs (j ascending, then k):
+    // qd_j * mixed[j][x] for the pairs (j, x), then qd_k * mixed[x][k] for the
+    // pairs (x, k). It is formed whole, for all rows at once.
+    for (int x = 0; x < 7; ++x) {
+        double acc[7] = {0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
+        for (int j = 0; j < x; ++j)
+#pragma GCC unroll 7
+            for (int i = 0; i < 7; ++i) acc[i] = acc[i] + v[j] * mixed[j][x][i];
+        for (int k = x + 1; k < 7; ++k)
+#pragma GCC unroll 7
+            for (int i = 0; i < 7; ++i) acc[i] = acc[i] + v[k] * mixed[x][k][i];
+        for (int i = 0; i < 7; ++i) {
+            S[i][x] = acc[i];
+            C[i][x] = y->square[i][x] * v[x] + acc[i];
         }
-    for (int j = 0; j < 7; ++j)
-        for (int k = j + 1; k < 7; ++k)
-            for (int i = 0; i < 7; ++i) {
-                S[i][k] = S[i][k] + qd[j] * y->mixed[j][k][i];
-                S[i][j] = S[i][j] + qd[k] * y->mixed[j][k][i];
-            }
-    for (int i = 0; i < 7; ++i)
-        for (int j = 0; j < 7; ++j) C[i][j] = D[i][j] * qd[j] + S[i][j];
+    }
 }
