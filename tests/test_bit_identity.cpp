@@ -21,26 +21,12 @@ struct Digest {
     {
         for (size_t i = 0; i < n; ++i) h = (h ^ static_cast<const unsigned char*>(p)[i]) * 1099511628211ull;
     }
-    void add(double x)
-    {
-        if (x != x) x = NAN;
-        if (x == 0) x = 0.0;
-        bytes(&x, sizeof x);
-    }
+    void add(double x) { x = x != x ? NAN : x == 0 ? 0.0 : x, bytes(&x, sizeof x); }
     void add(long x) { bytes(&x, sizeof x); }
     void add(int x) { bytes(&x, sizeof x); }
     void add(unsigned char x) { bytes(&x, 1); }
-    template <typename T, size_t N>
-    void add(const T (&a)[N])
-    {
-        for (const T& e : a) add(e);
-    }
-    template <typename T, typename... More>
-    void add(const T& first, const More&... more)
-    {
-        add(first);
-        add(more...);
-    }
+    template <typename T, size_t N> void add(const T (&a)[N]) { for (const T& e : a) add(e); }
+    template <typename T, typename... More> void add(const T& first, const More&... more) { add(first), add(more...); }
 };
 
 // mt19937_64 is fixed by the standard; the mapping to doubles is ours.
@@ -51,8 +37,7 @@ struct Rng {
     // Mostly uniform, sometimes one of the values where the steps branch.
     double pick(double lo, double hi, std::initializer_list<double> specials)
     {
-        if (!one_in(6)) return uni(lo, hi);
-        return specials.begin()[g() % specials.size()];
+        return one_in(6) ? specials.begin()[g() % specials.size()] : uni(lo, hi);
     }
 };
 
