@@ -81,13 +81,16 @@ void FX_Init_Pilot(Pilot* pilot, unsigned char variant, double geometry[8][4])
 
 void FX_Kine_Pilot(Pilot* pilot, double* joints, double pose[4][4])
 {
-    // Every frame is rigid (the moved frames get their last row 0, 0, 0, 1
-    // explicitly), so the products skip that row's exact zeros and one.
+    // The sines first, so that the independent calls overlap. Every frame is
+    // rigid (the moved frames get their last row 0, 0, 0, 1 explicitly), so
+    // the products skip that row's exact zeros and one.
+    double s[7];
+    double c[7];
     for (int i = 0; i < 7; ++i) {
-        double s;
-        double c;
-        FX_SIN_COS_DEG(joints[i], &s, &c);
-        fx_turn_z(pilot->fixed[i], c, s, pilot->moved[i]);
+        FX_SIN_COS_DEG(joints[i], &s[i], &c[i]);
+    }
+    for (int i = 0; i < 7; ++i) {
+        fx_turn_z(pilot->fixed[i], c[i], s[i], pilot->moved[i]);
         if (i == 0)
             fx_copy44(pilot->moved[0], pilot->joint_pose[0]);
         else
