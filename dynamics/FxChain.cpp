@@ -159,15 +159,14 @@ void FX_RemoveTool(FX_Pilot* p)
 void FX_KINE(FX_Pilot* p, double* q, double T[4][4])
 {
     const int n = p->n;
-    // Link and tool transforms are rigid: the products skip their last row.
     for (int i = 0; i < n; ++i) {
         FX_Tmat(&p->links[i], q[i]);
         fx_copy44(p->links[i].T, p->local_T[i]);
         if (i == 0)
             fx_copy44(p->local_T[0], p->chain_T[0]);
         else
-            fx_mul_rigid(p->chain_T[i - 1], p->local_T[i], p->chain_T[i]);
+            fx_mul44(p->chain_T[i - 1], p->local_T[i], p->chain_T[i]);
     }
-    fx_mul_rigid(p->chain_T[n - 1], p->local_T[n], p->chain_T[n]);
+    fx_mul44(p->chain_T[n - 1], p->local_T[n], p->chain_T[n]);
     fx_copy44(p->chain_T[n], T);
 }

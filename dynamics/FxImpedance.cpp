@@ -17,13 +17,12 @@ void FX_Impd_Process_Jacob(Impd_Process_Data* d, FX_Pilot* p)
     }
 
     // A: flange frame in frame c, accumulated from the flange backwards.
-    // Only the translation column of A is read, so the rigid product (which
-    // skips A's last row) gives it unchanged; the two buffers take turns.
+    // A's two buffers take turns.
     double buffers[2][4][4];
     fx_copy44(p->links[7].T, buffers[0]);
     int cur = 0;
     for (int c = n - 2; c >= 0; --c) {
-        fx_mul_rigid(p->links[c + 1].T, buffers[cur], buffers[1 - cur]);
+        fx_mul44(p->links[c + 1].T, buffers[cur], buffers[1 - cur]);
         cur = 1 - cur;
         double(*A)[4] = buffers[cur];
         double z[3] = {p->chain_T[c][0][2], p->chain_T[c][1][2], p->chain_T[c][2][2]};

@@ -29,7 +29,7 @@ bool shoulder_in_wrist_frame(IK_Poilt7* ik, double q7, double T[4][4], double D[
     FX_SIN_COS_DEG(q7, &s7, &c7);
     fx_turn_z(ik->M_fix[6], c7, s7, A);
     FX_PGMatrixInv(A, A_inv);
-    fx_mul_rigid(P, A_inv, B);
+    fx_mul44(P, A_inv, B);
     FX_PGMatrixInv(B, D);
 
     const double Dx = D[0][3], Dy = D[1][3], Dz = D[2][3];
@@ -87,7 +87,7 @@ Elbow make_elbow(const IK_Poilt7* ik, double q4, double Dz, bool check_below)
 }
 
 // Joints 1 to 3 of a row whose joints 4 to 6 are set, from their cosines and
-// sines: Z-Y-Z angles of the inverse shoulder rotation W3 W4 W5 D (all rigid).
+// sines: Z-Y-Z angles of the inverse shoulder rotation W3 W4 W5 D.
 void solve_shoulder(IK_Poilt7* ik, double D[4][4], const double cos456[3], const double sin456[3],
                     double row[8])
 {
@@ -95,9 +95,9 @@ void solve_shoulder(IK_Poilt7* ik, double D[4][4], const double cos456[3], const
     for (int k = 3; k < 6; ++k)
         fx_turn_z(ik->M_fix[k], cos456[k - 3], sin456[k - 3], W[k - 3]);
     double W34[4][4], W345[4][4], F[4][4];
-    fx_mul_rigid(W[0], W[1], W34);
-    fx_mul_rigid(W34, W[2], W345);
-    fx_mul_rigid(W345, D, F);
+    fx_mul44(W[0], W[1], W34);
+    fx_mul44(W34, W[2], W345);
+    fx_mul44(W345, D, F);
 
     double ang[3];
     unsigned char singular;

@@ -37,12 +37,7 @@ void FX_TMatTranspose(double in[4][4], double out[4][4])
             out[r][c] = in[c][r];
 }
 
-void FX_MMM44(double a[4][4], double b[4][4], double out[4][4])
-{
-    for (int r = 0; r < 4; ++r)
-        for (int c = 0; c < 4; ++c)
-            out[r][c] = a[r][0] * b[0][c] + a[r][1] * b[1][c] + a[r][2] * b[2][c] + a[r][3] * b[3][c];
-}
+void FX_MMM44(double a[4][4], double b[4][4], double out[4][4]) { fx_mul44(a, b, out); }
 
 void FX_MMM33(double a[3][3], double b[3][3], double out[3][3])
 {

@@ -81,9 +81,7 @@ void FX_Init_Pilot(Pilot* pilot, unsigned char variant, double geometry[8][4])
 
 void FX_Kine_Pilot(Pilot* pilot, double* joints, double pose[4][4])
 {
-    // The sines first, so that the independent calls overlap. Every frame is
-    // rigid (the moved frames get their last row 0, 0, 0, 1 explicitly), so
-    // the products skip that row's exact zeros and one.
+    // The sines first, so that the independent calls overlap.
     double s[7];
     double c[7];
     for (int i = 0; i < 7; ++i) {
@@ -94,10 +92,10 @@ void FX_Kine_Pilot(Pilot* pilot, double* joints, double pose[4][4])
         if (i == 0)
             fx_copy44(pilot->moved[0], pilot->joint_pose[0]);
         else
-            fx_mul_rigid(pilot->joint_pose[i - 1], pilot->moved[i], pilot->joint_pose[i]);
+            fx_mul44(pilot->joint_pose[i - 1], pilot->moved[i], pilot->joint_pose[i]);
     }
-    fx_mul_rigid(pilot->joint_pose[6], pilot->flange, pilot->flange_pose);
-    fx_mul_rigid(pilot->flange_pose, pilot->tool, pilot->tool_pose);
+    fx_mul44(pilot->joint_pose[6], pilot->flange, pilot->flange_pose);
+    fx_mul44(pilot->flange_pose, pilot->tool, pilot->tool_pose);
     fx_copy44(pilot->tool_pose, pose);
 }
 
