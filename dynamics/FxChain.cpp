@@ -3,7 +3,11 @@
 #include "dynamics/FxNewtonEuler.h"
 #include "math/FxMatrix.h"
 #include "math/FxPose.h"
+#include "math/FxRigid.h"
 #include "math/FxScalar.h"
+
+#include <cstdint>
+#include <cstring>
 
 // Modified DH transform RotX(alpha) TransX(a) RotZ(q) TransZ(d) from the
 // sine/cosine of q (s, c) and of alpha (sa, ca).
@@ -28,6 +32,36 @@ static void writeModifiedDH(double s, double c, double sa, double ca, double a, 
     T[3][3] = 1.0;
 }
 
+namespace {
+
+// sin and cos of the link twists, remembered by their exact bit pattern: a
+// chain's twists take few values, and each would cost as much as the rest of
+// the link transform. One memo per thread keeps the routines usable on
+// distinct records from several threads.
+struct TwistMemo {
+    uint64_t key[8];
+    double s[8], c[8];
+    bool filled[8];
+};
+thread_local TwistMemo g_twists __attribute__((tls_model("initial-exec")));
+
+void twistSinCos(double alpha, double* s, double* c)
+{
+    uint64_t bits;
+    std::memcpy(&bits, &alpha, sizeof bits);
+    const unsigned slot = static_cast<unsigned>((bits * 0xff51afd7ed558ccdull) >> 61);
+    TwistMemo& m = g_twists;
+    if (!m.filled[slot] || m.key[slot] != bits) {
+        FX_SIN_COS_ARC(alpha, &m.s[slot], &m.c[slot]);
+        m.key[slot] = bits;
+        m.filled[slot] = true;
+    }
+    *s = m.s[slot];
+    *c = m.c[slot];
+}
+
+}  // namespace
+
 void FX_Tmat(FX_Link* link, double q)
 {
     double s, c;
@@ -44,7 +78,7 @@ void FX_Tmat(FX_Link* link, double q)
     // The offset theta is not added here: callers pass the full joint angle.
     double sa, ca;
     FX_SIN_COS_ARC(q, &s, &c);
-    FX_SIN_COS_ARC(link->alpha, &sa, &ca);
+    twistSinCos(link->alpha, &sa, &ca);
     writeModifiedDH(s, c, sa, ca, link->a, link->d, link->T);
     link->sin_alpha = sa;
     link->cos_alpha = ca;
@@ -133,12 +167,12 @@ void FX_KINE(FX_Pilot* p, double* q, double T[4][4])
         return;
     for (int i = 0; i < n; ++i) {
         FX_Tmat(&p->links[i], q[i]);
-        FX_M44Copy(p->links[i].T, p->local_T[i]);
+        fx_copy44(p->links[i].T, p->local_T[i]);
         if (i == 0)
-            FX_M44Copy(p->local_T[0], p->chain_T[0]);
+            fx_copy44(p->local_T[0], p->chain_T[0]);
         else
-            FX_MMM44(p->chain_T[i - 1], p->local_T[i], p->chain_T[i]);
+            fx_mul44(p->chain_T[i - 1], p->local_T[i], p->chain_T[i]);
     }
-    FX_MMM44(p->chain_T[n - 1], p->local_T[n], p->chain_T[n]);
-    FX_M44Copy(p->chain_T[n], T);
+    fx_mul44(p->chain_T[n - 1], p->local_T[n], p->chain_T[n]);
+    fx_copy44(p->chain_T[n], T);
 }

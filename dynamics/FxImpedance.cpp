@@ -1,6 +1,7 @@
 #include "dynamics/FxImpedance.h"
 
 #include "math/FxMatrix.h"
+#include "math/FxRigid.h"
 #include "math/FxScalar.h"
 
 void FX_Impd_Process_Jacob(Impd_Process_Data* d, FX_Pilot* p)
@@ -18,16 +19,19 @@ void FX_Impd_Process_Jacob(Impd_Process_Data* d, FX_Pilot* p)
     }
 
     // A: flange frame in frame c, accumulated from the flange backwards.
-    double A[4][4], next[4][4];
-    FX_M44Copy(p->links[7].T, A);
+    // A's two buffers take turns.
+    double buffers[2][4][4];
+    fx_copy44(p->links[7].T, buffers[0]);
+    int cur = 0;
     for (int c = n - 2; c >= 0; --c) {
-        FX_MMM44(p->links[c + 1].T, A, next);
-        FX_M44Copy(next, A);
+        fx_mul44(p->links[c + 1].T, buffers[cur], buffers[1 - cur]);
+        cur = 1 - cur;
+        double(*A)[4] = buffers[cur];
         double z[3] = {p->chain_T[c][0][2], p->chain_T[c][1][2], p->chain_T[c][2][2]};
         double P[3] = {A[0][3], A[1][3], A[2][3]};
         double Pb[3], lin[3];
-        FX_MVmult43(p->chain_T[c], P, Pb);
-        FX_VectCross(z, Pb, lin);
+        fx_rotate(p->chain_T[c], P, Pb);
+        fx_cross(z, Pb, lin);
         for (int r = 0; r < 3; ++r) {
             d->J[r][c] = lin[r];
             d->J[r + 3][c] = z[r];

@@ -5,6 +5,7 @@
 
 #include "dynamics/FxChain.h"
 #include "math/FxMatrix.h"
+#include "math/FxRigid.h"
 
 // Joint-velocity magnitude at or below which the Coriolis cross term of the
 // angular acceleration is skipped.
@@ -66,8 +67,9 @@ static inline void NE_Prepare(FX_Pilot* p, double* q)
     if (p->kin_cached == 0) {
         for (int i = 0; i < p->n; ++i) {
             FX_Tmat(&p->links[i], q[i]);
-            FX_M44Copy(p->links[i].T, p->local_T[i]);
-            FX_TMatTranspose(p->local_T[i], p->local_Tt[i]);
+            fx_copy44(p->links[i].T, p->local_T[i]);
+            for (int r = 0; r < 4; ++r)
+                for (int c = 0; c < 4; ++c) p->local_Tt[i][r][c] = p->local_T[i][c][r];
         }
         p->kin_cached = 1;
     }
@@ -75,31 +77,31 @@ static inline void NE_Prepare(FX_Pilot* p, double* q)
 
 // vd_out = R^T (vd + wd x p + w x (w x p)), R and p of the link transform
 // whose transpose is Tt (p is row 3 of Tt). vd_out may be vd.
-static inline void NE_FrameAccel(double Tt[4][4], double* w, double* wd, double* vd,
+static inline void NE_FrameAccel(double Tt[4][4], const double* w, const double* wd, const double* vd,
                                  double* vd_out)
 {
     double wd_p[3], w_p[3], w_w_p[3], sum[3];
-    FX_VectCross(wd, Tt[3], wd_p);
-    FX_VectCross(w, Tt[3], w_p);
-    FX_VectCross(w, w_p, w_w_p);
+    fx_cross(wd, Tt[3], wd_p);
+    fx_cross(w, Tt[3], w_p);
+    fx_cross(w, w_p, w_w_p);
     for (int k = 0; k < 3; ++k) sum[k] = vd[k] + wd_p[k] + w_w_p[k];
-    FX_MVmult43(Tt, sum, vd_out);
+    fx_rotate(Tt, sum, vd_out);
 }
 
 // wd_out = R^T wd + qdd z, plus (R^T w) x (qd z) when |qd| > NE_QD_EPS.
 // wd_out may be wd.
-static inline void NE_AngularAccel(double Tt[4][4], double* w, double* wd, double qd,
+static inline void NE_AngularAccel(double Tt[4][4], const double* w, const double* wd, double qd,
                                    double qdd, double* wd_out)
 {
     double r_wd[3];
-    FX_MVmult43(Tt, wd, r_wd);
+    fx_rotate(Tt, wd, r_wd);
     wd_out[0] = r_wd[0];
     wd_out[1] = r_wd[1];
     wd_out[2] = r_wd[2] + qdd;
     if (qd < -NE_QD_EPS || qd > NE_QD_EPS) {
         double r_w[3], qd_z[3] = {0.0, 0.0, qd}, term[3];
-        FX_MVmult43(Tt, w, r_w);
-        FX_VectCross(r_w, qd_z, term);
+        fx_rotate(Tt, w, r_w);
+        fx_cross(r_w, qd_z, term);
         for (int k = 0; k < 3; ++k) wd_out[k] = wd_out[k] + term[k];
     }
 }
@@ -122,16 +124,30 @@ static inline void NE_LinkWrench(FX_Pilot* p, int i, double* w, double* wd, doub
     double* c = p->dyn_moment[i];
     double i_wd[3], c_vd[3], i_w[3], w_iw[3], wd_c[3], w_c[3], w_w_c[3];
     NE_InertiaTimes(I, wd, i_wd);
-    FX_VectCross(c, vd, c_vd);
+    fx_cross(c, vd, c_vd);
     NE_InertiaTimes(I, w, i_w);
-    FX_VectCross(w, i_w, w_iw);
-    FX_VectCross(wd, c, wd_c);
-    FX_VectCross(w, c, w_c);
-    FX_VectCross(w, w_c, w_w_c);
+    fx_cross(w, i_w, w_iw);
+    fx_cross(wd, c, wd_c);
+    fx_cross(w, c, w_c);
+    fx_cross(w, w_c, w_w_c);
     for (int k = 0; k < 3; ++k) {
         N[k] = i_wd[k] + c_vd[k] + w_iw[k];
         F[k] = wd_c[k] + w_w_c[k];
     }
+}
+
+// One outward step at link i from the state (w_prev, wd_prev, vd_prev) of the
+// body before it, into w, wd, vd, F, N.
+static inline void NE_OutwardStep(FX_Pilot* p, int i, double qd, double qdd, const double* w_prev,
+                                  const double* wd_prev, const double* vd_prev, double* w, double* wd,
+                                  double* vd, double* F, double* N)
+{
+    double(*Tt)[4] = p->local_Tt[i];
+    NE_FrameAccel(Tt, w_prev, wd_prev, vd_prev, vd);
+    NE_AngularAccel(Tt, w_prev, wd_prev, qd, qdd, wd);
+    fx_rotate(Tt, w_prev, w);
+    w[2] = w[2] + qd;
+    NE_LinkWrench(p, i, w, wd, vd, F, N);
 }
 
 // Outward pass over links from..n-1 with joint rates qd, qdd; w0, wd0, vd0
@@ -142,31 +158,43 @@ static inline void NE_OutwardPass(FX_Pilot* p, int from, double* qd, double* qdd
                                   double (*wd)[3], double (*vd)[3], double (*F)[3],
                                   double (*N)[3])
 {
-    double* w_prev = w0;
-    double* wd_prev = wd0;
-    double* vd_prev = vd0;
-    for (int i = from; i < p->n; ++i) {
-        double(*Tt)[4] = p->local_Tt[i];
-        NE_FrameAccel(Tt, w_prev, wd_prev, vd_prev, vd[i]);
-        NE_AngularAccel(Tt, w_prev, wd_prev, qd[i], qdd[i], wd[i]);
-        FX_MVmult43(Tt, w_prev, w[i]);
-        w[i][2] = w[i][2] + qd[i];
-        NE_LinkWrench(p, i, w[i], wd[i], vd[i], F[i], N[i]);
-        w_prev = w[i];
-        wd_prev = wd[i];
-        vd_prev = vd[i];
-    }
+    for (int i = from; i < p->n; ++i)
+        NE_OutwardStep(p, i, qd[i], qdd[i], i == from ? w0 : w[i - 1], i == from ? wd0 : wd[i - 1],
+                       i == from ? vd0 : vd[i - 1], w[i], wd[i], vd[i], F[i], N[i]);
+}
+
+// The outward step of a chain at rest (the mass-matrix passes): w stays
+// exactly zero, so every term it enters is an exact zero and is left out.
+// wd and vd are updated in place.
+static inline void NE_RestStep(FX_Pilot* p, int i, double qdd, double* wd, double* vd, double* F,
+                               double* N)
+{
+    double(*Tt)[4] = p->local_Tt[i];
+    double wd_p[3], sum[3], r_wd[3];
+    fx_cross(wd, Tt[3], wd_p);
+    for (int k = 0; k < 3; ++k) sum[k] = vd[k] + wd_p[k];
+    fx_rotate(Tt, sum, vd);
+    fx_rotate(Tt, wd, r_wd);
+    wd[0] = r_wd[0];
+    wd[1] = r_wd[1];
+    wd[2] = r_wd[2] + qdd;
+    double i_wd[3], c_vd[3];
+    NE_InertiaTimes(p->dyn_inertia[i], wd, i_wd);
+    fx_cross(p->dyn_moment[i], vd, c_vd);
+    fx_cross(wd, p->dyn_moment[i], F);
+    for (int k = 0; k < 3; ++k) N[k] = i_wd[k] + c_vd[k];
 }
 
 // One inward step across the transform T of the next link (rotation R,
 // translation p): m <- R m + p x (R f) + N, f <- R f + F.
-static inline void NE_InwardStep(double T[4][4], double* F, double* N, double* f, double* m)
+static inline void NE_InwardStep(double T[4][4], const double* F, const double* N, double* f,
+                                 double* m)
 {
     double r_f[3], r_m[3], p_rf[3];
     double pos[3] = {T[0][3], T[1][3], T[2][3]};
-    FX_MVmult43(T, f, r_f);
-    FX_MVmult43(T, m, r_m);
-    FX_VectCross(pos, r_f, p_rf);
+    fx_rotate(T, f, r_f);
+    fx_rotate(T, m, r_m);
+    fx_cross(pos, r_f, p_rf);
     for (int k = 0; k < 3; ++k) {
         m[k] = r_m[k] + p_rf[k] + N[k];
         f[k] = r_f[k] + F[k];
@@ -182,6 +210,31 @@ static inline void NE_InwardPass(FX_Pilot* p, int to, double (*F)[3], double (*N
         NE_InwardStep(p->local_T[i + 1], F[i], N[i], f, m);
         tau[i] = m[2];
     }
+}
+
+// One run of the inward pass, from a zero tip load down to link `to`.
+struct NE_InwardRun {
+    const double (*F)[3];  // link forces, indexed by link
+    const double (*N)[3];  // link moments
+    double* tau;           // tau[i] = z moment at joint i, for i >= to
+    int to;
+    double f[3];
+    double m[3];
+};
+
+// Several independent inward passes, link by link: the runs do not depend on
+// each other, so their steps overlap, and each does exactly its own steps.
+static inline void NE_InwardRuns(FX_Pilot* p, NE_InwardRun* runs, int count)
+{
+    for (int r = 0; r < count; ++r)
+        for (int k = 0; k < 3; ++k) runs[r].f[k] = runs[r].m[k] = 0.0;
+    for (int i = p->n - 1; i >= 0; --i)
+        for (int r = 0; r < count; ++r) {
+            NE_InwardRun& run = runs[r];
+            if (i < run.to) continue;
+            NE_InwardStep(p->local_T[i + 1], run.F[i], run.N[i], run.f, run.m);
+            run.tau[i] = run.m[2];
+        }
 }
 
 #endif

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "math/FxMatrix.h"
+#include "math/FxRigid.h"
 #include "math/FxScalar.h"
 
 namespace {
@@ -22,10 +23,13 @@ bool shoulder_in_wrist_frame(IK_Poilt7* ik, double q7, double T[4][4], double D[
         P[i][3] = T[i][3] - ik->dF * T[i][2];
     P[2][3] -= ik->d1;
 
-    double A[4][4], A_inv[4][4], B[4][4];
-    FX_XYZMRot(ik->M_fix[6], FX_COS_DEG(q7), FX_SIN_DEG(q7), A);
+    // sin and cos of one angle are taken together throughout: the pair is
+    // bit for bit what the two separate calls give, for one call's cost.
+    double A[4][4], A_inv[4][4], B[4][4], s7, c7;
+    FX_SIN_COS_DEG(q7, &s7, &c7);
+    fx_turn_z(ik->M_fix[6], c7, s7, A);
     FX_PGMatrixInv(A, A_inv);
-    FX_MMM44(P, A_inv, B);
+    fx_mul44(P, A_inv, B);
     FX_PGMatrixInv(B, D);
 
     const double Dx = D[0][3], Dy = D[1][3], Dz = D[2][3];
@@ -65,9 +69,10 @@ Elbow make_elbow(const IK_Poilt7* ik, double q4, double Dz, bool check_below)
 {
     Elbow e;
     e.q4 = q4;
-    const double u = ik->ang_upper + q4;
-    e.c = FX_COS_DEG(u) * ik->L_upper + ik->d5;
-    e.s = FX_SIN_DEG(u) * ik->L_upper - ik->a4;
+    double su, cu;
+    FX_SIN_COS_DEG(ik->ang_upper + q4, &su, &cu);
+    e.c = cu * ik->L_upper + ik->d5;
+    e.s = su * ik->L_upper - ik->a4;
     if (FX_Fabs(e.s) < 1e-10)
         e.s = 1e-10 * e.s / FX_Fabs(e.s);
     e.x = Dz / e.s;
@@ -82,17 +87,18 @@ Elbow make_elbow(const IK_Poilt7* ik, double q4, double Dz, bool check_below)
     return e;
 }
 
-// Joints 1 to 3 of a row whose joints 4 to 6 are set: Z-Y-Z angles of the
-// inverse shoulder rotation W3 W4 W5 D.
-void solve_shoulder(IK_Poilt7* ik, double D[4][4], double row[8])
+// Joints 1 to 3 of a row whose joints 4 to 6 are set, from their cosines and
+// sines: Z-Y-Z angles of the inverse shoulder rotation W3 W4 W5 D.
+void solve_shoulder(IK_Poilt7* ik, double D[4][4], const double cos456[3], const double sin456[3],
+                    double row[8])
 {
     double W[3][4][4];
     for (int k = 3; k < 6; ++k)
-        FX_XYZMRot(ik->M_fix[k], FX_COS_DEG(row[k]), FX_SIN_DEG(row[k]), W[k - 3]);
+        fx_turn_z(ik->M_fix[k], cos456[k - 3], sin456[k - 3], W[k - 3]);
     double W34[4][4], W345[4][4], F[4][4];
-    FX_MMM44(W[0], W[1], W34);
-    FX_MMM44(W34, W[2], W345);
-    FX_MMM44(W345, D, F);
+    fx_mul44(W[0], W[1], W34);
+    fx_mul44(W34, W[2], W345);
+    fx_mul44(W345, D, F);
 
     double ang[3];
     unsigned char singular;
@@ -103,20 +109,27 @@ void solve_shoulder(IK_Poilt7* ik, double D[4][4], double row[8])
     row[7] = singular == 1 ? 1.0 : 0.0;
 }
 
+// The direction of the shoulder point in the frame after joint 6, degrees;
+// shared by both elbows.
+double wrist_phi(double D[4][4]) { return FX_ATan2(D[1][3], D[0][3]) * FX_RAD2DEG; }
+
 // The two base rows of one elbow: joint 5 and its mirror, joint 6 from each,
 // then the shoulder.
-void elbow_rows(IK_Poilt7* ik, double D[4][4], const Elbow& e, double q7, double rows[2][8])
+void elbow_rows(IK_Poilt7* ik, double D[4][4], const Elbow& e, double q7, double phi, double rows[2][8])
 {
-    const double phi = FX_ATan2(D[1][3], D[0][3]) * FX_RAD2DEG;
     const double q5 = FX_ACOS(e.x) * FX_RAD2DEG - 90.0;
     const double q5_pair[2] = {q5, q5 > 0 ? 180.0 - q5 : -180.0 - q5};
+    double cos456[3], sin456[3];
+    FX_SIN_COS_DEG(e.q4, &sin456[0], &cos456[0]);
     for (int j = 0; j < 2; ++j) {
         double* row = rows[j];
+        FX_SIN_COS_DEG(q5_pair[j], &sin456[1], &cos456[1]);
         row[3] = e.q4;
         row[4] = q5_pair[j];
-        row[5] = -FX_ATan2(FX_COS_DEG(q5_pair[j]) * e.s, e.c) * FX_RAD2DEG - phi - 90.0;
+        row[5] = -FX_ATan2(cos456[1] * e.s, e.c) * FX_RAD2DEG - phi - 90.0;
         row[6] = q7;
-        solve_shoulder(ik, D, row);
+        FX_SIN_COS_DEG(row[5], &sin456[2], &cos456[2]);
+        solve_shoulder(ik, D, cos456, sin456, row);
     }
 }
 
@@ -153,8 +166,9 @@ unsigned char FX_IKLock7(IK_Poilt7* ik, double q7, double T[4][4], long* count, 
         return 0;
 
     double rows[2][2][8];
+    const double phi = wrist_phi(D);
     for (int b = 0; b < 2; ++b)
-        elbow_rows(ik, D, elbows[b], q7, rows[b]);
+        elbow_rows(ik, D, elbows[b], q7, phi, rows[b]);
 
     *count = 0;
     for (int b = 0; b < 2; ++b) {
@@ -192,7 +206,7 @@ unsigned char FX_IKLock7_With_Config(IK_Poilt7* ik, double q7, double* ref, doub
         return 0;
 
     double rows[2][8];
-    elbow_rows(ik, D, elbow, q7, rows);
+    elbow_rows(ik, D, elbow, q7, wrist_phi(D), rows);
     *count = 0;
     append_with_twin(rows[0], count, sol);
     append_with_twin(rows[1], count, sol);

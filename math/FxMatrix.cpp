@@ -1,5 +1,6 @@
 #include "math/FxMatrix.h"
 
+#include "math/FxRigid.h"
 #include "math/FxScalar.h"
 
 void FX_VectAdd(double* a, long n, double* b, double* out)
@@ -8,12 +9,7 @@ void FX_VectAdd(double* a, long n, double* b, double* out)
         out[i] = a[i] + b[i];
 }
 
-void FX_VectCross(double* a, double* b, double* out)
-{
-    out[0] = a[1] * b[2] - a[2] * b[1];
-    out[1] = a[2] * b[0] - a[0] * b[2];
-    out[2] = a[0] * b[1] - a[1] * b[0];
-}
+void FX_VectCross(double* a, double* b, double* out) { fx_cross(a, b, out); }
 
 void FX_VectNorm(double* v)
 {
@@ -23,18 +19,9 @@ void FX_VectNorm(double* v)
     v[2] /= len;
 }
 
-void FX_MVmult43(double m[4][4], double* v, double* out)
-{
-    for (int r = 0; r < 3; ++r)
-        out[r] = m[r][0] * v[0] + m[r][1] * v[1] + m[r][2] * v[2];
-}
+void FX_MVmult43(double m[4][4], double* v, double* out) { fx_rotate(m, v, out); }
 
-void FX_M44Copy(double src[4][4], double dst[4][4])
-{
-    for (int r = 0; r < 4; ++r)
-        for (int c = 0; c < 4; ++c)
-            dst[r][c] = src[r][c];
-}
+void FX_M44Copy(double src[4][4], double dst[4][4]) { fx_copy44(src, dst); }
 
 void IdentM44(double m[4][4])
 {
@@ -50,12 +37,7 @@ void FX_TMatTranspose(double in[4][4], double out[4][4])
             out[r][c] = in[c][r];
 }
 
-void FX_MMM44(double a[4][4], double b[4][4], double out[4][4])
-{
-    for (int r = 0; r < 4; ++r)
-        for (int c = 0; c < 4; ++c)
-            out[r][c] = a[r][0] * b[0][c] + a[r][1] * b[1][c] + a[r][2] * b[2][c] + a[r][3] * b[3][c];
-}
+void FX_MMM44(double a[4][4], double b[4][4], double out[4][4]) { fx_mul44(a, b, out); }
 
 void FX_MMM33(double a[3][3], double b[3][3], double out[3][3])
 {
@@ -71,19 +53,7 @@ void FX_M3Transport(double in[3][3], double out[3][3])
             out[r][c] = in[c][r];
 }
 
-void FX_XYZMRot(double in[4][4], double c, double s, double out[4][4])
-{
-    for (int r = 0; r < 3; ++r) {
-        out[r][0] = in[r][0] * c + in[r][1] * s;
-        out[r][1] = in[r][1] * c - in[r][0] * s;
-        out[r][2] = in[r][2];
-        out[r][3] = in[r][3];
-    }
-    out[3][0] = 0;
-    out[3][1] = 0;
-    out[3][2] = 0;
-    out[3][3] = 1;
-}
+void FX_XYZMRot(double in[4][4], double c, double s, double out[4][4]) { fx_turn_z(in, c, s, out); }
 
 void XYZMRot(double in[4][4], double c, double s, double out[4][4]) { FX_XYZMRot(in, c, s, out); }
 

@@ -17,13 +17,32 @@ long window_length(double cycle_ms, double acc, double jerk)
     return w;
 }
 
-// Ordered sum of one axis's window, from slot 0; removes the drift of the running sum.
-double window_sum(const double* buf, long win)
+// Replaces the running sum of each marked axis by the ordered sum of its
+// window from slot 0, which removes its drift. The axes' sums are independent
+// chains of additions, so they are formed side by side, each in its own order.
+void resum_windows(FXNSyncDTS* s, const bool* resum)
 {
-    double sum = 0;
-    for (long k = 0; k < win; ++k)
-        sum += buf[k];
-    return sum;
+    long common = kMaxWindow;
+    const double* row[kMaxAxes];  // axes past n add up axis 0's window again, unused
+    for (long i = 0; i < kMaxAxes; ++i) {
+        row[i] = s->buf[i < s->n ? i : 0];
+        if (i < s->n && resum[i] && s->win[i] < common)
+            common = s->win[i];
+    }
+    double sum[kMaxAxes];
+    double s0 = 0, s1 = 0, s2 = 0, s3 = 0, s4 = 0, s5 = 0, s6 = 0, s7 = 0;
+    for (long k = 0; k < common; ++k) {
+        s0 += row[0][k], s1 += row[1][k], s2 += row[2][k], s3 += row[3][k];
+        s4 += row[4][k], s5 += row[5][k], s6 += row[6][k], s7 += row[7][k];
+    }
+    sum[0] = s0, sum[1] = s1, sum[2] = s2, sum[3] = s3, sum[4] = s4, sum[5] = s5, sum[6] = s6, sum[7] = s7;
+    for (long i = 0; i < s->n; ++i) {
+        if (!resum[i])
+            continue;
+        for (long k = common; k < s->win[i]; ++k)
+            sum[i] += s->buf[i][k];
+        s->sum[i] = sum[i];
+    }
 }
 
 // Every axis jumps onto its stored target and its window is filled with it.
@@ -47,6 +66,7 @@ int restart_step(FXNSyncDTS* s, double* out)
 void smooth(FXNSyncDTS* s, const double* r, double* out)
 {
     bool wrapped = false;
+    bool resum[kMaxAxes];
     for (long i = 0; i < s->n; ++i) {
         const long k = s->slot[i];
         const double P = s->vdt[i].period;
@@ -61,14 +81,13 @@ void smooth(FXNSyncDTS* s, const double* r, double* out)
         s->tick[i] += 1;
         // Once one axis wraps its counter, the axes after it keep their running
         // sum (and counter) until a later call.
-        if (!wrapped) {
-            if (s->tick[i] > kTickWrap) {
-                s->tick[i] = 0;
-                wrapped = true;
-            }
-            s->sum[i] = window_sum(s->buf[i], s->win[i]);
+        resum[i] = !wrapped;
+        if (!wrapped && s->tick[i] > kTickWrap) {
+            s->tick[i] = 0;
+            wrapped = true;
         }
     }
+    resum_windows(s, resum);
 }
 
 // One cycle toward the stored targets. Each axis's step is computed on a

@@ -1,6 +1,7 @@
 #include "pilot/Pilot.h"
 
 #include "math/FxMatrix.h"
+#include "math/FxRigid.h"
 #include "math/FxScalar.h"
 
 namespace {
@@ -80,19 +81,22 @@ void FX_Init_Pilot(Pilot* pilot, unsigned char variant, double geometry[8][4])
 
 void FX_Kine_Pilot(Pilot* pilot, double* joints, double pose[4][4])
 {
+    // The sines first, so that the independent calls overlap.
+    double s[7];
+    double c[7];
     for (int i = 0; i < 7; ++i) {
-        double s;
-        double c;
-        FX_SIN_COS_DEG(joints[i], &s, &c);
-        FX_XYZMRot(pilot->fixed[i], c, s, pilot->moved[i]);
+        FX_SIN_COS_DEG(joints[i], &s[i], &c[i]);
     }
-    FX_M44Copy(pilot->moved[0], pilot->joint_pose[0]);
-    for (int i = 1; i < 7; ++i) {
-        FX_MMM44(pilot->joint_pose[i - 1], pilot->moved[i], pilot->joint_pose[i]);
+    for (int i = 0; i < 7; ++i) {
+        fx_turn_z(pilot->fixed[i], c[i], s[i], pilot->moved[i]);
+        if (i == 0)
+            fx_copy44(pilot->moved[0], pilot->joint_pose[0]);
+        else
+            fx_mul44(pilot->joint_pose[i - 1], pilot->moved[i], pilot->joint_pose[i]);
     }
-    FX_MMM44(pilot->joint_pose[6], pilot->flange, pilot->flange_pose);
-    FX_MMM44(pilot->flange_pose, pilot->tool, pilot->tool_pose);
-    FX_M44Copy(pilot->tool_pose, pose);
+    fx_mul44(pilot->joint_pose[6], pilot->flange, pilot->flange_pose);
+    fx_mul44(pilot->flange_pose, pilot->tool, pilot->tool_pose);
+    fx_copy44(pilot->tool_pose, pose);
 }
 
 void FX_Jacb_Pilot(Pilot* pilot, double jacobian[6][7])
@@ -104,7 +108,7 @@ void FX_Jacb_Pilot(Pilot* pilot, double jacobian[6][7])
                            pilot->tool_pose[1][3] - joint[1][3],
                            pilot->tool_pose[2][3] - joint[2][3]};
         double linear[3];
-        FX_VectCross(axis, lever, linear);
+        fx_cross(axis, lever, linear);
         for (int r = 0; r < 3; ++r) {
             jacobian[r][i] = linear[r] * FX_MM2M;
             jacobian[r + 3][i] = axis[r];

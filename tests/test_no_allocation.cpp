@@ -156,3 +156,50 @@ TEST(NoAllocation, MotionProfilesAndFilter)
     });
     EXPECT_EQ(count, 0);
 }
+
+TEST(NoAllocation, EveryOtherCycleCall)
+{
+    loadExamples();
+    double qdeg[7] = {12, -35, 20, -80, 15, 40, -25}, q[7] = {0.2, -0.6, 0.3, -1.4, 0.25, 0.7, -0.4};
+    double qd[7] = {0.1, -0.2, 0.3, 0.1, -0.1, 0.2, 0.5}, out7[7], pose[4][4], jac[6][7], flange[4][4];
+    double dir[3] = {0, 0, 1}, sol[8][8], row[8], ang[3], xyzabc[6], dqPos[7], dqNeg[7], centre[8];
+    static FX_CM_DPART_BUF part;
+    static FXNSyncDTS sync;
+    static FXVDT axis;
+    double lim[8] = {100, 100, 100, 100, 100, 100, 100, 100}, acc[8] = {500, 500, 500, 500, 500, 500, 500, 500};
+    double jerk[8] = {5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000}, p8[8], v8[8], a8[8], t8[8] = {};
+    ASSERT_EQ(FXNSyncDTS_OnInit(&sync, 8, 1, lim, acc, jerk), 1);
+    ASSERT_EQ(FXVDT_OnInit(&axis, 1, 100, 500), 1);
+    OnKine(&ik, qdeg, flange);
+    unsigned char f1, f2, f3, flags[8], okPos, okNeg;
+    long rows = 0;
+    long count = allocationsDuring([&] {
+        for (int cycle = 0; cycle < 20; ++cycle) {
+            FX_Kine_Pilot(&pilot, qdeg, pose);
+            FX_Jacb_Pilot(&pilot, jac);
+            OnInvKineDir(pose, qdeg, dir, out7, &f1, &f2, &f3);
+            rob.kin_cached = 0;
+            FX_MMatInvDyn(&rob, q, qd, 2, out7);
+            FX_CMatInvDyn_A(&rob, q, qd, out7, 1, &part);
+            FX_CMatInvDyn_B(&rob, q, qd, out7, 3, &part);
+            FX_IKLock7_ALL(&ik, qdeg[6], flange, &rows, sol, flags);
+            FX_IKLock7_With_Config(&ik, qdeg[6], qdeg, flange, &rows, sol);
+            FX_SelectSolve_With_Range(&ik, rows, qdeg, sol, row);
+            FX_IKRef7_With_Config(&ik, qdeg[6], qdeg, flange, row);
+            FX_SolveZYZ(flange, ang, &f1);
+            FX_CALW(&ik, qdeg, flange, dqPos, dqNeg, &okPos, &okNeg);
+            FX_CALWSpan2_With_Config(&ik, 0.5, qdeg, flange, centre, dqPos, dqNeg, &okPos, &okNeg);
+            FX_Matrix42XYZABCDEG(flange, xyzabc);
+            FX_XYZABC2Matrix4DEG(xyzabc, pose);
+            t8[cycle % 8] += 1;
+            FXNSyncDTS_OnDT(&sync, t8, p8);
+            FXNSyncDTS_OnDT_U(&sync, p8);
+            FXNSyncDTS_OnGetCurPVA(&sync, t8, p8, v8, a8);
+            FXNSyncDTS_OnGetCurPVA_U(&sync, p8, v8, a8);
+            FXNSyncDTS_OnSetRunTimeLmt(&sync, lim, acc);
+            FXVDT_OnDT_B(&axis, cycle, p8);
+            FXVDT_OnSetRunTimeLmt(&axis, 50, 500);
+        }
+    });
+    EXPECT_EQ(count, 0);
+}

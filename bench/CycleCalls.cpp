@@ -1,0 +1,143 @@
+#include "bench/CycleCalls.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace bench {
+
+double g_joints_deg[7] = {12, -35, 20, -80, 15, 40, -25};
+double g_q[7] = {0.2, -0.6, 0.3, -1.4, 0.25, 0.7, -0.4};
+double g_qd[7] = {0.1, -0.2, 0.3, 0.1, -0.1, 0.2, 0.5};
+double g_qdd[7] = {1, 0.3, -1, 0.5, -0.2, 0.4, 2};
+double g_gravity[3] = {0, 9.81, 0};
+double g_wrench[6] = {1, -2, 3, 0.1, 0.2, -0.3};
+
+namespace {
+
+bool loadQuietly()
+{
+    // The loaders announce themselves on stdout; keep the tables clean.
+    fflush(stdout);
+    int saved = dup(STDOUT_FILENO);
+    int null = open("/dev/null", O_WRONLY);
+    dup2(null, STDOUT_FILENO);
+    bool ok = OnInitKine_TOLVEXKINE(0, const_cast<char *>(TOLVEX_EXAMPLES_DIR "/model-1017.txt")) == 1 &&
+              OnInitKine(TOLVEX_EXAMPLES_DIR "/robot.ini") == 1;
+    fflush(stdout);
+    dup2(saved, STDOUT_FILENO);
+    close(null);
+    close(saved);
+    return ok;
+}
+
+double g_pose[4][4], g_jacobian[6][7], g_tau[7], g_e[7], g_M[7][7], g_D[7][7], g_S[7][7], g_C[7][7];
+double g_flange[4][4], g_sol[8][8], g_row[8], g_axes_out[8];
+long g_count;
+FX_CM_YTC_BUF g_ytc;
+Impd_Process_Data g_impd;
+FXNSyncDTS g_sync;
+
+void kinePilot() { FX_Kine_Pilot(&pilot, g_joints_deg, g_pose); }
+void kineJacbPilot()
+{
+    FX_Kine_Pilot(&pilot, g_joints_deg, g_pose);
+    FX_Jacb_Pilot(&pilot, g_jacobian);
+}
+void kineChain() { FX_KINE(&rob, g_q, g_pose); }
+void impedanceJacobian()
+{
+    std::memcpy(g_impd.q, g_q, sizeof g_q);
+    FX_Impd_Process_Jacob(&g_impd, &rob);
+}
+// The dynamics read q only while no posture is cached: clear the cache so
+// that every call pays for the transforms, as a new posture each cycle does.
+void invDyn()
+{
+    rob.kin_cached = 0;
+    FX_InvDyn(&rob, g_q, g_qd, g_qdd, g_gravity, g_wrench, g_tau);
+}
+void massMatrix()
+{
+    rob.kin_cached = 0;
+    FX_CalMmat(&rob, g_q, g_e, g_M);
+}
+void coriolisPosture()
+{
+    rob.kin_cached = 0;
+    FX_CalCmatDPT_Q(&rob, g_q, &g_ytc);
+}
+void coriolisVelocity() { FX_CalCmat_DPT_QD(&g_ytc, g_qd, g_D, g_S, g_C); }
+// The locked-joint solvers get the flange pose of g_joints_deg.
+void ikLock7() { FX_IKLock7(&ik, g_joints_deg[6], g_flange, &g_count, g_sol); }
+void ikRef7() { FX_IKRef7(&ik, g_joints_deg[6], g_joints_deg, g_flange, g_row); }
+
+// Eight axes with 100-cycle windows (the costliest re-summation), moving back
+// and forth between two targets so that the generators never come to rest.
+void syncProfile()
+{
+    static long cycle = 0;
+    static double targets[2][8] = {{400, -300, 250, 120, -90, 60, 800, -500},
+                                   {-400, 300, -250, -120, 90, -60, -800, 500}};
+    if (!g_sync.ready) {
+        double vmax[8], acc[8], jerk[8];
+        for (int i = 0; i < 8; ++i) vmax[i] = 100 + i, acc[i] = 500, jerk[i] = 5000;
+        FXNSyncDTS_OnInit(&g_sync, 8, 1, vmax, acc, jerk);
+    }
+    FXNSyncDTS_OnDT(&g_sync, targets[(cycle++ / 4000) % 2], g_axes_out);
+}
+
+} // namespace
+
+bool loadExampleModels()
+{
+    static bool loaded = [] {
+        if (!loadQuietly()) return false;
+        // robot.ini carries no link dynamics: illustrative first moments,
+        // inertias about the frame origins and rotor inertias, so that every
+        // term of the recursions works on real numbers.
+        static double dynamics[7][10] = {
+            {0.011, -0.032, -0.090, 0.31, 0.004, -0.012, 0.29, 0.021, 0.052, 0.61},
+            {-0.004, -0.061, 0.023, 0.12, -0.003, 0.006, 0.027, 0.011, 0.13, 0.57},
+            {0.021, 0.013, -0.071, 0.17, 0.002, -0.009, 0.16, 0.018, 0.031, 0.33},
+            {-0.015, 0.043, 0.008, 0.052, 0.007, 0.001, 0.011, -0.004, 0.049, 0.29},
+            {0.003, 0.019, -0.052, 0.072, -0.001, 0.004, 0.068, 0.009, 0.012, 0.11},
+            {0.007, -0.011, 0.004, 0.011, 0.0008, -0.0006, 0.0043, 0.0012, 0.0102, 0.09},
+            {0.0012, 0.0009, 0.0071, 0.0031, 0.0002, 0.0001, 0.0029, -0.0003, 0.0017, 0.05}};
+        for (int i = 0; i < 7; ++i) {
+            const FX_Link l = rob.links[i];
+            FX_SetLink(&rob, i, l.alpha, l.a, l.d, l.theta, 0, dynamics[i], dynamics[i] + 3, dynamics[i][9]);
+        }
+        FX_RemoveTool(&rob);
+        OnKine(&ik, g_joints_deg, g_flange);
+        coriolisPosture();
+        return true;
+    }();
+    return loaded;
+}
+
+const CycleCall kCycleCalls[] = {
+    {"FX_Kine_Pilot", kinePilot},
+    {"FX_Kine_Pilot+FX_Jacb_Pilot", kineJacbPilot},
+    {"FX_KINE", kineChain},
+    {"FX_Impd_Process_Jacob", impedanceJacobian},
+    {"FX_InvDyn", invDyn},
+    {"FX_CalMmat", massMatrix},
+    {"FX_CalCmatDPT_Q", coriolisPosture},
+    {"FX_CalCmat_DPT_QD", coriolisVelocity},
+    {"FX_IKLock7", ikLock7},
+    {"FX_IKRef7", ikRef7},
+    {"FXNSyncDTS_OnDT", syncProfile},
+};
+const int kCycleCallCount = sizeof kCycleCalls / sizeof kCycleCalls[0];
+
+const CycleCall *findCycleCall(const char *name)
+{
+    for (const CycleCall &call : kCycleCalls)
+        if (std::strcmp(call.name, name) == 0) return &call;
+    return nullptr;
+}
+
+} // namespace bench
