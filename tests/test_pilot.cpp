@@ -1,0 +1,439 @@
+// The Pilot arm: forward kinematics against composed frames, the Jacobian against
+// finite differences, inverse kinematics fed back through forward kinematics, the
+// arm-angle solvers and the coupled q6/q7 limits.
+#include "math/FxMatrix.h"
+#include "math/FxPose.h"
+#include "pilot/PilotIK.h"
+#include "pilot/PilotLmt.h"
+#include "pilot/PilotNSP.h"
+#include "tests/TestArm.h"
+
+using namespace tk;
+
+namespace {
+
+// The arm composed frame by frame from its geometric description (degrees, mm).
+H4 referenceFlange(int variant, const double q[7])
+{
+    H4 joint7 = eye(), flange1 = eye();
+    const double j7[3][3] = {{0, 0, 1}, {1, 0, 0}, {0, 1, 0}}, f1[3][3] = {{0, 0, 1}, {0, -1, 0}, {1, 0, 0}};
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c) joint7.m[r][c] = j7[r][c], flange1.m[r][c] = f1[r][c];
+    H4 m = trans(0, 0, kD1) * rot(2, q[0] * kDeg) * rot(0, kPi / 2) * rot(2, q[1] * kDeg) * rot(0, -kPi / 2) *
+           rot(2, q[2] * kDeg) * trans(kA, 0, kD3) * rot(0, kPi / 2) * rot(2, q[3] * kDeg) * trans(-kA, kD5, 0) *
+           rot(0, -kPi / 2) * rot(2, q[4] * kDeg) * rot(0, kPi / 2) * rot(2, q[5] * kDeg);
+    if (variant == 0) return m * rot(0, -kPi / 2) * rot(2, q[6] * kDeg) * trans(0, 0, kD7);
+    return m * joint7 * rot(2, q[6] * kDeg) * trans(kD7, 0, 0) * flange1;
+}
+
+bool samePose(Pilot* pilot, double* q, double target[4][4])
+{
+    double pose[4][4];
+    FX_Kine_Pilot(pilot, q, pose);
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 4; ++c)
+            if (std::fabs(pose[r][c] - target[r][c]) > (c == 3 ? 1e-6 : 1e-9)) return false;
+    return true;
+}
+
+}  // namespace
+
+TEST(Pilot, ForwardKinematicsJacobianAndGeometry)
+{
+    const double q[7] = {23.5, -41, 67.25, -95, 12, 58.5, -133};
+    for (unsigned char variant = 0; variant < 2; ++variant) {
+        Pilot pilot;
+        buildPilot(&pilot, variant);
+        EXPECT_EQ(pilot.variant, variant);
+        EXPECT_EQ(pilot.tool_pose[2][3], kD1 + kD3 + kD5 + kD7);  // zero pose stands straight up
+        EXPECT_EQ(pilot.joint_pose[3][0][3], kA);
+        H4 back;
+        const H4 id = eye();
+        FX_MMM44(pilot.flange, pilot.flange_inv, back.m);
+        expectNear(&id.m[0][0], &back.m[0][0], 16, 1e-15, "flange inverse");
+        expectNear(&id.m[0][0], &pilot.tool2[0][0], 16, 0, "tool2");
+
+        double joints[7], pose[4][4], J[6][7];
+        std::copy(q, q + 7, joints);
+        const H4 tool = trans(5, -7, 90) * rot(0, 0.5);
+        std::copy(&tool.m[0][0], &tool.m[0][0] + 16, &pilot.tool[0][0]);
+        FX_Kine_Pilot(&pilot, joints, pose);
+        const H4 flange = referenceFlange(variant, q), tcp = flange * tool;
+        expectNear(&flange.m[0][0], &pilot.flange_pose[0][0], 16, 1e-9, "flange");
+        expectNear(&tcp.m[0][0], &pose[0][0], 16, 1e-9, "tool");
+        FX_Jacb_Pilot(&pilot, J);
+        // Central differences: metres per radian, and the skew part of R+ R-^T.
+        const double h = 1e-4, hr = h * kDeg;
+        for (int i = 0; i < 7; ++i) {
+            double plus[4][4], minus[4][4];
+            joints[i] = q[i] + h;
+            FX_Kine_Pilot(&pilot, joints, plus);
+            joints[i] = q[i] - h;
+            FX_Kine_Pilot(&pilot, joints, minus);
+            joints[i] = q[i];
+            double d[3][3] = {};
+            for (int r = 0; r < 3; ++r)
+                for (int c = 0; c < 3; ++c)
+                    for (int k = 0; k < 3; ++k) d[r][c] += plus[r][k] * minus[c][k];
+            const double fd[6] = {(plus[0][3] - minus[0][3]) / (2 * hr) * 0.001,
+                                  (plus[1][3] - minus[1][3]) / (2 * hr) * 0.001,
+                                  (plus[2][3] - minus[2][3]) / (2 * hr) * 0.001,
+                                  (d[2][1] - d[1][2]) / (4 * hr), (d[0][2] - d[2][0]) / (4 * hr),
+                                  (d[1][0] - d[0][1]) / (4 * hr)};
+            for (int r = 0; r < 6; ++r) EXPECT_NEAR(fd[r], J[r][i], 1e-8) << "joint " << i << " row " << r;
+        }
+    }
+    Pilot pilot, plain;
+    buildPilot(&pilot, 0);
+    buildPilot(&plain, 1, 0.0);
+    EXPECT_DOUBLE_EQ(pilot.L1, std::hypot(kD3, kA));
+    EXPECT_DOUBLE_EQ(pilot.L2, std::hypot(kD5, kA));
+    EXPECT_DOUBLE_EQ(pilot.upper_offset, std::atan(kA / kD3) / kDeg);
+    EXPECT_DOUBLE_EQ(pilot.elbow_angle, 180 - 2 * pilot.upper_offset);
+    EXPECT_DOUBLE_EQ(pilot.straight_reach, std::hypot(pilot.L1, pilot.L2));
+    EXPECT_EQ(pilot.straight_q4, -pilot.upper_offset);
+    EXPECT_EQ(plain.elbow_angle, 180.0);
+    EXPECT_EQ(plain.L1, kD3);
+    const double s = pilot.straight_q4;
+    const double q4[] = {s, s + 1e-5, s - 1e-5, s + 1.01e-5, s - 1.01e-5, 0, -90};
+    const int type[] = {0, 0, 0, 1, -1, 1, -1};
+    for (int k = 0; k < 7; ++k) EXPECT_EQ(FX_GetJ4Type_Pilot(&pilot, q4[k]), type[k]) << k;
+}
+
+// IK of random poses comes back through FK; the direction form agrees with the
+// reference form; every arm angle keeps the pose and turns the elbow about u.
+TEST(Pilot, InverseKinematicsAndArmAngle)
+{
+    Lcg rng{7};
+    for (unsigned char variant = 0; variant < 2; ++variant) {
+        Pilot pilot;
+        buildPilot(&pilot, variant);
+        int twins = 0, solved = 0, zyx_second = 0;
+        for (int n = 0; n < 150; ++n) {
+            double q[7], target[4][4], out[7], by_dir[7], nsp[7], dir[3], shoulder[3], elbow[3];
+            randomJoints(rng, q);
+            FX_Kine_Pilot(&pilot, q, target);
+            for (int i = 0; i < 3; ++i) {
+                shoulder[i] = pilot.joint_pose[1][i][3];
+                elbow[i] = pilot.joint_pose[3][i][3] - shoulder[i];
+                dir[i] = 3.0 * elbow[i] + 0.7 * (pilot.joint_pose[6][i][3] - shoulder[i]);
+            }
+            NSPBase nbase, dir_base;
+            unsigned char f1 = 9, f2 = 9, f3 = 9;
+            ASSERT_EQ(FX_InvKine_Pilot(&pilot, q, target, &nbase, out, &f1, &f2, &f3), 1) << n;
+            EXPECT_EQ(f1 + f2 + f3, 0);
+            EXPECT_EQ(nbase.variant, variant);
+            EXPECT_EQ(nbase.elbow_type, q[3] > 0 ? 1 : -1);
+            EXPECT_EQ(out[3], nbase.q4);
+            EXPECT_TRUE(samePose(&pilot, out, target)) << n;
+            // Joints 1-4 come back; the variant-0 wrist always keeps its second
+            // candidate, the twin (q5 + 180, -q6, q7 + 180) when q6 < 0.
+            const bool twin = variant == 0 && q[5] < 0;
+            twins += twin;
+            const double want[7] = {q[0], q[1], q[2], q[3], twin ? q[4] + 180 : q[4], twin ? -q[5] : q[5],
+                                    twin ? q[6] + 180 : q[6]};
+            for (int i = 0; i < 7; ++i) EXPECT_LT(std::fabs(wrap180(out[i] - want[i])), 1e-7) << i;
+            ASSERT_EQ(FX_InvKine_PilotDir(&pilot, q, target, dir, &dir_base, by_dir, &f1, &f2, &f3), 1);
+            for (int i = 0; i < 7; ++i) EXPECT_LT(std::fabs(wrap180(by_dir[i] - out[i])), 1e-7) << i;
+            f1 = 9;
+            ASSERT_EQ(FX_InvKine_Pilot_NSP(&nbase, 0.0, q, nsp, &f1, &f2, &f3), 1);
+            EXPECT_EQ(f1 + f2 + f3, 0);
+            expectNear(out, nsp, 7, 0, "arm angle 0");
+            for (double psi : {-75.0, 5.0, 110.0}) {
+                if (FX_InvKine_Pilot_NSP(&nbase, psi, q, nsp, &f1, &f2, &f3) != 1 || f2 || f3) continue;
+                ++solved;
+                EXPECT_EQ(nsp[3], out[3]);
+                if (!samePose(&pilot, nsp, target)) {
+                    // The Z-Y-X wrist's second candidate is no rotation twin, yet taken when nearer.
+                    ASSERT_EQ(variant, 1);
+                    ++zyx_second;
+                    double first[7] = {nsp[0], nsp[1], nsp[2], nsp[3], nsp[4] - 180, -nsp[5], nsp[6] - 180};
+                    EXPECT_TRUE(samePose(&pilot, first, target));
+                }
+                double again[4][4];
+                FX_Kine_Pilot(&pilot, nsp, again);
+                const double* u = nbase.axis_u;
+                const double c = std::cos(psi * kDeg), s = std::sin(psi * kDeg);
+                const double dot = u[0] * elbow[0] + u[1] * elbow[1] + u[2] * elbow[2];
+                const double ux[3] = {u[1] * elbow[2] - u[2] * elbow[1], u[2] * elbow[0] - u[0] * elbow[2],
+                                      u[0] * elbow[1] - u[1] * elbow[0]};
+                for (int i = 0; i < 3; ++i)
+                    EXPECT_NEAR(pilot.joint_pose[3][i][3] - shoulder[i],
+                                elbow[i] * c + ux[i] * s + u[i] * dot * (1 - c), 1e-6);
+            }
+        }
+        EXPECT_GT(solved, 400);
+        EXPECT_GT(twins + zyx_second, 30);
+    }
+}
+
+TEST(Pilot, ReachMarginStraightReferenceAndTriangle)
+{
+    Pilot pilot;
+    buildPilot(&pilot, 0);
+    const double limit = pilot.L1 + pilot.L2;
+    double down[7] = {0, 30, 0, -60, 0, 30, 0}, up[7] = {0, 30, 0, 60, 0, 30, 0}, dir[3] = {0, 1, 0};
+    H4 target = trans(limit - 0.1, 0, kD1 + kD7);
+    NSPBase nbase = {};
+    nbase.q4 = 12.5;
+    double out[7] = {1, 2, 3, 4, 5, 6, 7};
+    unsigned char f1 = 0, f2 = 9, f3 = 9;
+    // At the 0.1 mm margin: flag1, nothing written.
+    EXPECT_EQ(FX_InvKine_Pilot(&pilot, down, target.m, &nbase, out, &f1, &f2, &f3), 0);
+    EXPECT_EQ(f1 * 100 + f2 * 10 + f3, 100);
+    EXPECT_EQ(nbase.q4, 12.5);
+    EXPECT_EQ(out[3], 4);
+    f1 = 0;
+    EXPECT_EQ(FX_InvKine_PilotDir(&pilot, down, target.m, dir, &nbase, out, &f1, &f2, &f3), 0);
+    EXPECT_EQ(f1, 1);
+    // Just inside, the elbow is bent by less than the offsets: only a lower reference finds it.
+    const double reach = limit - 0.1 - 1e-6;
+    target.m[0][3] = reach;
+    EXPECT_EQ(FX_InvKine_Pilot(&pilot, up, target.m, &nbase, out, &f1, &f2, &f3), 0);
+    ASSERT_EQ(FX_InvKine_Pilot(&pilot, down, target.m, &nbase, out, &f1, &f2, &f3), 1);
+    EXPECT_EQ(f1, 0);
+    const double l = pilot.L1, interior = std::acos((2 * l * l - reach * reach) / (2 * l * l)) / kDeg;
+    EXPECT_NEAR(out[3], pilot.elbow_angle - interior, 1e-6);
+
+    // A reference joint 4 within 1e-5 of the straight elbow picks no branch.
+    double q[7] = {10, 40, -20, 70, 15, 30, 5};
+    FX_Kine_Pilot(&pilot, q, target.m);
+    for (double off : {0.0, 0.9e-5, -0.9e-5, 2e-5}) {
+        double ref[7] = {10, 40, -20, pilot.straight_q4 + off, 15, 30, 5};
+        const unsigned char ok = off > 1e-5;
+        EXPECT_EQ(FX_InvKine_Pilot(&pilot, ref, target.m, &nbase, out, &f1, &f2, &f3), ok) << off;
+        EXPECT_EQ(f1, !ok);
+        EXPECT_EQ(FX_InvKine_PilotDir(&pilot, ref, target.m, dir, &nbase, out, &f1, &f2, &f3), ok) << off;
+    }
+    EXPECT_NEAR(out[3], 70.0, 1e-9);
+
+    const double h = std::sqrt(0.5);
+    const double tri[][7] = {{10, 0, 1, 0.6, 0.8, 0, -7.5},  // vertical first line: divide by the slope
+                             {10, 0.6, 0.8, 0, 1, 10, 7.5},
+                             {10, h, h, -h, h, 5, 5},
+                             {10, 1e-8, 1, 0.6, 0.8, 0, -40.0 / 3}};  // 1e-8 is not below the tolerance
+    for (const auto& t : tri) {
+        double p[2];
+        FX_SolveTrange2D(t[0], t[1], t[2], t[3], t[4], p);
+        expectNear(t + 5, p, 2, 1e-6, "triangle");
+    }
+}
+
+namespace {
+
+// Variant 0 (or 1 for the Z-Y-X wrist solver) base with the forearm at identity.
+NSPBase nspBase(int solver, const double* upper, const double* target, const double* u)
+{
+    NSPBase b = {};
+    b.variant = solver == 2;
+    b.elbow_type = 1;
+    b.q4 = 33.0;
+    const double id[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+    std::copy(upper, upper + 9, b.upper_frame);
+    std::copy(id, id + 9, b.fore_frame);
+    std::copy(target, target + 9, b.target_rot);
+    std::copy(u, u + 3, b.axis_u);
+    return b;
+}
+
+}  // namespace
+
+TEST(Pilot, ArmAngleCandidateAndSingularRules)
+{
+    const double I[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1}, Ry90[9] = {0, 0, 1, 0, 1, 0, -1, 0, 0};
+    const double c30 = std::cos(kPi / 6), Ry30[9] = {c30, 0, 0.5, 0, 1, 0, -0.5, 0, c30};
+    const double X[3] = {1, 0, 0}, Z[3] = {0, 0, 1};
+    struct Case {
+        int solver;  // 0: joints 1-3, 1: Z-Y-Z wrist, 2: Z-Y-X wrist
+        const double *upper, *target, *u;
+        double ref[7];
+        int ret, flag;
+        double want[3];
+    } cases[] = {
+        {0, Ry90, I, X, {90, 0, 90}, 1, 0, {0, -90, 0}},  // equal sums keep C1
+        {0, Ry90, I, X, {91, 0, 90}, 1, 0, {180, 90, 180}},
+        {0, Ry90, I, X, {89, 0, 90}, 1, 0, {0, -90, 0}},
+        {1, I, Ry90, X, {0, 0, 0, 0, 0, -90, 0}, 1, 0, {-180, -270, -180}},  // always C2
+        {2, I, Ry30, X, {0, 0, 0, 0, 90, 0, 90}, 1, 0, {0, -30, 0}},
+        {2, I, Ry30, X, {0, 0, 0, 0, 91, 0, 90}, 1, 0, {180, 30, 180}},
+        // Singular at the arm angle: the neighbours at +-1 degree are averaged.
+        {0, I, I, X, {-80, -10, 80, 0, -80, -10, 80}, 1, 1, {-90, 44.5, 90}},
+        {0, I, I, X, {80, -10, -80}, 1, 1, {0, 45.5, 0}},
+        {1, I, I, X, {-80, -10, 80, 0, -80, -10, 80}, 1, 1, {-90, 45.5, 90}},
+        // Turning about the singular axis keeps both neighbours singular.
+        {0, I, I, Z, {-80, -10, 80, 0, -80, -10, 80}, 0, 1, {}},
+        {1, I, I, Z, {-80, -10, 80, 0, -80, -10, 80}, 0, 1, {}},
+        {2, I, Ry90, Z, {-80, -10, 80, 0, -80, -10, 80}, 0, 1, {}},
+    };
+    for (const Case& k : cases) {
+        NSPBase b = nspBase(k.solver, k.upper, k.target, k.u);
+        double ref[7], out[7] = {7, 7, 7, 7, 7, 7, 7};
+        std::copy(k.ref, k.ref + 7, ref);
+        unsigned char flag = 9;
+        auto solve = k.solver == 0 ? FX_SolveJ123ZNYZ : k.solver == 1 ? FX_SolveJ567ZNYZ : FX_SolveJ567ZNYX;
+        EXPECT_EQ(solve(&b, 0.0, ref, out, &flag), k.ret) << k.solver << " " << k.ref[0];
+        EXPECT_EQ(flag, k.flag);
+        const int at = k.solver == 0 ? 0 : 4;
+        for (int i = 0; i < 7; ++i)
+            if (k.ret == 1 && i >= at && i < at + 3)
+                EXPECT_NEAR(out[i], k.want[i - at], 1e-9) << k.solver << " " << k.ref[0] << " joint " << i;
+            else
+                EXPECT_EQ(out[i], 7) << "joint " << i;
+    }
+    // A shoulder failure stops the arm-angle entry before the wrist.
+    NSPBase stuck = nspBase(0, I, I, Z);
+    double ref[7] = {-80, -10, 80, 0, -80, -10, 80}, out[7] = {};
+    unsigned char f1 = 9, f2 = 9, f3 = 9;
+    EXPECT_EQ(FX_InvKine_Pilot_NSP(&stuck, 0.0, ref, out, &f1, &f2, &f3), 0);
+    EXPECT_EQ(f1 * 100 + f2 * 10 + f3, 10);
+    EXPECT_EQ(out[3], 33.0);
+}
+
+namespace {
+
+double kCurves[4][3] = {{-0.012, 0.1, 240}, {-0.011, -0.2, 235}, {0.01, 0.1, -225}, {0.013, -0.15, -235}};
+double F(int row, double x) { return kCurves[row][0] * x * x + kCurves[row][1] * x + kCurves[row][2]; }
+
+std::string initLmt(PilotLmt* lmt, unsigned char coupled)
+{
+    double limits[7][4];
+    for (int i = 0; i < 7; ++i) {
+        limits[i][0] = i == 5 ? -110 : i == 6 ? -170 : -170 + i;
+        limits[i][1] = i == 5 ? 110 : i == 6 ? 170 : 170 - i;
+        limits[i][2] = 100 + i;
+        limits[i][3] = 200 + i;
+    }
+    return printed([&] { FX_Init_PilotLmt(lmt, coupled, limits, kCurves); });
+}
+
+}  // namespace
+
+TEST(Pilot, CoupledLimitCornersAndPrint)
+{
+    PilotLmt lmt{};
+    lmt.Corner[7][0] = 12345;
+    EXPECT_EQ(initLmt(&lmt, 1), "<-110.000000 110.000000><-170.000000 170.000000>\n"
+                                "[-0.012000 -0.011000 0.010000 0.013000]\n"
+                                "[0.100000 -0.200000 0.100000 -0.150000]\n"
+                                "[240.000000 235.000000 -225.000000 -235.000000]\n");
+    EXPECT_EQ(lmt.JointMin[0], -170);
+    EXPECT_EQ(lmt.JointMax[4], 166);
+    EXPECT_EQ(lmt.JointLim3[6], 106);
+    EXPECT_EQ(lmt.JointLim4[2], 202);
+    // Side corners on q6 = +-110, end corners on q7 = +-170 with the root inside the rectangle.
+    const int side[3][2] = {{0, 0}, {3, 1}, {4, 2}};
+    for (const auto& s : side) {
+        const double edge = s[1] == 0 ? 110 : -110;
+        EXPECT_EQ(lmt.Corner[s[0]][0], edge);
+        EXPECT_NEAR(lmt.Corner[s[0]][1], F(s[1], edge), 1e-12);
+        EXPECT_DOUBLE_EQ(lmt.CornerSlope[s[0]], lmt.Corner[s[0]][1] / edge);
+    }
+    const int end[4][3] = {{1, 0, 1}, {2, 1, -1}, {5, 2, -1}, {6, 3, 1}};
+    for (const auto& e : end) {
+        const double edge = e[0] <= 2 ? 170 : -170, x = lmt.Corner[e[0]][0];
+        EXPECT_EQ(lmt.Corner[e[0]][1], edge);
+        EXPECT_NEAR(F(e[1], x), edge, 1e-9) << e[0];
+        EXPECT_GT(x * e[2], 40) << e[0];
+        EXPECT_LT(x * e[2], 110) << e[0];
+        EXPECT_DOUBLE_EQ(lmt.CornerSlope[e[0]], edge / x);
+    }
+    EXPECT_DOUBLE_EQ(lmt.CornerSlope[7], F(3, 110) / 110);
+    EXPECT_EQ(lmt.Corner[7][0], 12345);  // never written
+
+    PilotLmt two{};
+    two.Curve[1][2] = 7;
+    EXPECT_NE(initLmt(&two, 2).find("[0.000000 0.000000 0.000000 0.000000]\n"), std::string::npos);
+    EXPECT_EQ(two.Curve[1][2], 7);  // curves are copied only for coupled == 1
+    EXPECT_TRUE(std::isnan(two.Corner[1][0]));
+    PilotLmt plain{};
+    EXPECT_EQ(initLmt(&plain, 0), "");
+    EXPECT_EQ(plain.Curve[0][0], 0.0);
+}
+
+TEST(Pilot, CoupledLimitBoundaries)
+{
+    PilotLmt lmt{};
+    initLmt(&lmt, 1);
+    enum { kRay = -2, kPoint = -1 };
+    struct Probe {
+        double q6, q7;
+        int corner;  // corner index, kRay (on the ray and its quadrant's curve) or kPoint (bx, by)
+        double bx = 0, by = 0;
+        bool outside = false;
+    } probes[] = {
+        {60, 80, kRay}, {-60, 80, kRay}, {-60, -80, kRay}, {60, -80, kRay},
+        {108, 144, kRay, 0, 0, true}, {-108, 144, kRay, 0, 0, true},
+        {-108, -144, kRay, 0, 0, true}, {108, -144, kRay, 0, 0, true},
+        {100, 10, 0}, {10, 160, 1}, {-10, 160, 2}, {-100, 10, 3}, {-100, -10, 4}, {-10, -160, 5}, {10, -160, 6},
+        {100, -10, kPoint, 0, 0},  // past CornerSlope[7]: the never-derived corner 7
+        {120, -10, kPoint, 0, 0}, {200, -10, kPoint, 0, 0, true},
+        {50, 0, kPoint, 0, 0}, {-50, 0, 4},  // q7 = 0 counts as lower
+        {0, 1000, kPoint, -110, 170}, {0, -1000, kPoint, -110, -170},  // |q6| < 2e-5: rectangle
+        {1e-5, 1000, kPoint, 110, 170}, {1e-5, -1000, kPoint, 110, -170}, {-1.9e-5, 5, kPoint, -110, 170},
+        {2e-5, 1000, 1, 0, 0, true}, {-2e-5, -1000, 5, 0, 0, true},
+    };
+    for (const Probe& p : probes) {
+        double q67[2] = {p.q6, p.q7}, bound[2] = {-999, -999}, plain[2];
+        bool outside = false;
+        FX_CCSBD_CHECK_old(&lmt, q67, bound, outside);
+        FX_CCSBD(&lmt, q67, plain);
+        EXPECT_EQ(outside, p.outside) << p.q6 << "," << p.q7;
+        expectNear(bound, plain, 2, 0, "CCSBD");
+        if (p.corner == kRay) {
+            const int row = p.q6 > 0 ? (p.q7 > 0 ? 0 : 3) : (p.q7 > 0 ? 1 : 2);
+            EXPECT_NEAR(bound[1], p.q7 / p.q6 * bound[0], 1e-9) << p.q6 << "," << p.q7;
+            EXPECT_NEAR(bound[1], F(row, bound[0]), 1e-9) << p.q6 << "," << p.q7;
+        } else {
+            const double want[2] = {p.corner >= 0 ? lmt.Corner[p.corner][0] : p.bx,
+                                    p.corner >= 0 ? lmt.Corner[p.corner][1] : p.by};
+            expectNear(want, bound, 2, 0, "bound");
+        }
+    }
+    // Exactly on the curve (as evaluated) is inside, one step past is outside.
+    for (int row = 0; row < 4; ++row) {
+        const double q6 = row == 0 || row == 3 ? 60 : -60, *c = kCurves[row];
+        double on[2] = {q6, q6 * (c[0] * q6 + c[1]) + c[2]}, bound[2];
+        bool outside = false;
+        FX_CCSBD_CHECK_old(&lmt, on, bound, outside);
+        EXPECT_FALSE(outside) << row;
+        on[1] = std::nextafter(on[1], row < 2 ? 1e9 : -1e9);
+        FX_CCSBD_CHECK_old(&lmt, on, bound, outside);
+        EXPECT_TRUE(outside) << row;
+    }
+}
+
+TEST(Pilot, LimitCheckFlagsAndUncoupledRectangle)
+{
+    for (unsigned char coupled = 0; coupled < 2; ++coupled) {
+        PilotLmt lmt{};
+        initLmt(&lmt, 1);
+        initLmt(&lmt, coupled);  // uncoupled keeps the old curves but ignores them
+        double on_limits[7] = {-170, 169, -168, 167, 166, 60, 80}, wide[7] = {0, 0, 0, 0, 0, 120, -10};
+        double beyond[7] = {-170.001, 169.001, 0, -168.001, 166.001, 100, 160}, bound[2];
+        bool outside[7] = {};
+        FX_CCSBD_CHECK(&lmt, on_limits, bound, outside);
+        FX_CCSBD_CHECK(&lmt, wide, bound, outside);
+        for (int i = 0; i < 7; ++i) EXPECT_FALSE(outside[i]) << i;
+        FX_CCSBD_CHECK(&lmt, beyond, bound, outside);
+        const bool want[7] = {true, true, false, true, true, coupled == 1, coupled == 1};
+        for (int i = 0; i < 7; ++i) EXPECT_EQ(outside[i], want[i]) << int(coupled) << " joint " << i;
+        bool all[7] = {true, true, true, true, true, true, true}, flag = true;
+        FX_CCSBD_CHECK(&lmt, on_limits, bound, all);  // flags are never cleared
+        FX_CCSBD_CHECK_old(&lmt, on_limits + 5, bound, flag);
+        for (int i = 0; i < 7; ++i) EXPECT_TRUE(all[i]);
+        EXPECT_TRUE(flag);
+    }
+    PilotLmt lmt{}, never{};
+    initLmt(&lmt, 0);
+    const double points[6][4] = {{100, 160, 110, 170}, {-100, 160, -110, 170}, {-100, -160, -110, -170},
+                                 {100, -160, 110, -170}, {0, 0, -110, -170}, {500, 500, 110, 170}};
+    for (const auto& p : points) {
+        double q67[2] = {p[0], p[1]}, bound[2];
+        bool outside = false;
+        FX_CCSBD_CHECK_old(&lmt, q67, bound, outside);
+        EXPECT_FALSE(outside);
+        expectNear(p + 2, bound, 2, 0, "rectangle");
+        FX_CCSBD_CHECK_old(&never, q67, bound, outside);
+        EXPECT_EQ(bound[0] * bound[0] + bound[1] * bound[1], 0.0);
+    }
+}
