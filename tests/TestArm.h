@@ -17,8 +17,7 @@
 
 namespace tk {
 
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kDeg = kPi / 180.0;
+constexpr double kPi = 3.14159265358979323846, kDeg = kPi / 180.0;
 
 // Deterministic pseudo-random values in [lo, hi).
 struct Lcg {
@@ -33,21 +32,15 @@ struct Lcg {
 struct H4 {
     double m[4][4];
 };
-inline H4 eye()
-{
-    H4 h{};
-    for (int k = 0; k < 4; ++k) h.m[k][k] = 1.0;
-    return h;
-}
 inline H4 operator*(const H4& a, const H4& b)
 {
     H4 out{};
-    for (int r = 0; r < 4; ++r)
-        for (int c = 0; c < 4; ++c)
-            for (int k = 0; k < 4; ++k) out.m[r][c] += a.m[r][k] * b.m[k][c];
+    for (int k = 0; k < 64; ++k) out.m[k / 16][k / 4 % 4] += a.m[k / 16][k % 4] * b.m[k % 4][k / 4 % 4];
     return out;
 }
-// Rotation by t radians about axis 0 (x), 1 (y) or 2 (z).
+// Translation by (x, y, z), or a rotation by t radians about axis 0 (x), 1 (y) or 2 (z).
+inline H4 trans(double x, double y, double z) { return H4{{{1, 0, 0, x}, {0, 1, 0, y}, {0, 0, 1, z}, {0, 0, 0, 1}}}; }
+inline H4 eye() { return trans(0, 0, 0); }
 inline H4 rot(int axis, double t)
 {
     H4 h = eye();
@@ -57,19 +50,8 @@ inline H4 rot(int axis, double t)
     h.m[i][j] = -std::sin(t);
     return h;
 }
-inline H4 trans(double x, double y, double z)
-{
-    H4 h = eye();
-    h.m[0][3] = x;
-    h.m[1][3] = y;
-    h.m[2][3] = z;
-    return h;
-}
 // RotX(alpha) TransX(a) RotZ(q) TransZ(d), composed factor by factor.
-inline H4 mdh(double alpha, double a, double d, double q)
-{
-    return rot(0, alpha) * trans(a, 0, 0) * rot(2, q) * trans(0, 0, d);
-}
+inline H4 mdh(double alpha, double a, double d, double q) { return rot(0, alpha) * trans(a, 0, 0) * rot(2, q) * trans(0, 0, d); }
 
 // Element-wise comparison of n doubles.
 inline void expectNear(const double* want, const double* got, int n, double tol, const char* what = "")
@@ -92,43 +74,26 @@ constexpr Link kArm[7] = {
     {90, 0, 0, 1.8, {0.007, -0.011, 0.004}, {0.011, 0.0008, -0.0006, 0.0043, 0.0012, 0.0102}, 0.09},
     {-90, 0, 126, 0.3, {0.0012, 0.0009, 0.0071}, {0.0031, 0.0002, 0.0001, 0.0029, -0.0003, 0.0017}, 0.05},
 };
-constexpr double kFlangeMm = 35;
-// Tool: x, y, z in mm, A, B, C in degrees; mass, first moment, inertia.
-inline double* toolPose()
-{
-    static double pose[6] = {12.0, -7.0, 95.0, 0.0, 0.0, 0.0};
-    return pose;
-}
-constexpr double kToolMass = 1.3;
-inline double* toolCom()
-{
-    static double com[3] = {0.004, -0.006, 0.041};
-    return com;
-}
-inline double* toolInertia()
-{
-    static double inertia[6] = {0.0061, 0.0004, -0.0007, 0.0055, 0.0009, 0.0023};
-    return inertia;
-}
+constexpr double kFlangeMm = 35, kToolMass = 1.3;
+// Tool: x, y, z in mm, A, B, C in degrees; first moment and inertia.
+inline double kToolPose[6] = {12.0, -7.0, 95.0, 0.0, 0.0, 0.0}, kToolCom[3] = {0.004, -0.006, 0.041},
+              kToolInertia[6] = {0.0061, 0.0004, -0.0007, 0.0055, 0.0009, 0.0023};
 
 // Fills the chain like the robot.ini route (mm -> m, degrees -> rad): links,
 // flange, n and type, then the tool or none.
-inline void buildChain(FX_Pilot* p, bool with_tool = false, const Link* links = kArm,
-                       double flange_mm = kFlangeMm, int type = 1007)
+inline void buildChain(FX_Pilot* p, bool with_tool = false, const Link* links = kArm, double flange_mm = kFlangeMm,
+                       int type = 1007)
 {
     *p = FX_Pilot{};
     for (int i = 0; i < 7; ++i) {
         Link l = links[i];
-        FX_SetLink(p, i, l.alpha_deg * kDeg, l.a_mm * 0.001, l.d_mm * 0.001, 0.0, l.mass, l.com,
-                   l.inertia, l.rotor);
+        FX_SetLink(p, i, l.alpha_deg * kDeg, l.a_mm * 0.001, l.d_mm * 0.001, 0.0, l.mass, l.com, l.inertia, l.rotor);
     }
     FX_SetFlange(p, 0.0, 0.0, flange_mm * 0.001, 0.0);
     p->n = 7;
     p->type = type;
-    if (with_tool)
-        FX_SetTool(p, toolPose(), kToolMass, toolCom(), toolInertia());
-    else
-        FX_RemoveTool(p);
+    if (with_tool) FX_SetTool(p, kToolPose, kToolMass, kToolCom, kToolInertia);
+    if (!with_tool) FX_RemoveTool(p);
 }
 inline void buildIK(IK_Poilt7* ik, int type = 1007, const Link* links = kArm, double flange_mm = kFlangeMm)
 {
@@ -137,19 +102,14 @@ inline void buildIK(IK_Poilt7* ik, int type = 1007, const Link* links = kArm, do
     FX_InitIK_P7(ik, &rob);
 }
 
-// The Pilot model of the same arm (d1, d3, a, d5, d7 in mm).
+// The Pilot model of the same arm (d1, d3, a, d5, d7 in mm); other entries are never read.
 constexpr double kD1 = 340, kD3 = 400, kA = 20, kD5 = 400, kD7 = 126;
 inline void buildPilot(Pilot* pilot, unsigned char variant, double a = kA)
 {
-    double geometry[8][4];
-    for (int r = 0; r < 8; ++r)
-        for (int c = 0; c < 4; ++c) geometry[r][c] = 1000 + 10 * r + c;  // entries never read
-    geometry[0][2] = kD1;
-    geometry[2][2] = kD3;
-    geometry[3][1] = a;
-    geometry[4][2] = kD5;
-    geometry[7][2] = kD7;
-    FX_Init_Pilot(pilot, variant, geometry);
+    double g[8][4];
+    for (int k = 0; k < 32; ++k) g[k / 4][k % 4] = 1000 + k;
+    g[0][2] = kD1, g[2][2] = kD3, g[3][1] = a, g[4][2] = kD5, g[7][2] = kD7;
+    FX_Init_Pilot(pilot, variant, g);
 }
 // Joints (degrees) clear of the straight elbow (|q4| >= 15) and of the
 // shoulder and wrist singularities (|q2| >= 15, 10 <= |q6| <= 80).

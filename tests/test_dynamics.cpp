@@ -137,7 +137,7 @@ TEST(Dynamics, ToolIsLumpedOntoTheLinks)
     FX_Pilot p;
     buildChain(&p, true);
     EXPECT_EQ(p.dyn_ready, 1);
-    const double m = kToolMass, d2 = 0.4, a3 = 0.02, a4 = -0.02, d4 = 0.4, *I = toolInertia(), *c = toolCom();
+    const double m = kToolMass, d2 = 0.4, a3 = 0.02, a4 = -0.02, d4 = 0.4, *I = kToolInertia, *c = kToolCom;
     double tI[8][6] = {}, tc[8][4] = {};
     tI[1][0] = tI[1][5] = (d2 * d2 + a3 * a3) * m;
     tI[2][0] = (a4 * a4 - a3 * a3) * m, tI[2][5] = (a3 * a3 + a4 * a4) * m;
@@ -147,7 +147,7 @@ TEST(Dynamics, ToolIsLumpedOntoTheLinks)
     tc[1][1] = d2 * m, tc[2][0] = a3 * m, tc[3][0] = a4 * m, tc[3][1] = d4 * m;
     tc[5][1] = c[2], tc[6][0] = c[0], tc[6][1] = c[1];
     for (int pass = 0; pass < 3; ++pass) {  // with the tool, again (rebuilt, not added), removed
-        if (pass == 1) FX_SetTool(&p, toolPose(), kToolMass, toolCom(), toolInertia());
+        if (pass == 1) FX_SetTool(&p, kToolPose, kToolMass, kToolCom, kToolInertia);
         if (pass == 2) FX_RemoveTool(&p);
         for (int i = 0; i < 8; ++i) {
             for (int k = 0; k < 6; ++k)
@@ -274,7 +274,7 @@ TEST(Dynamics, ImpedanceJacobianAndPoseError)
     std::copy(kQ, kQ + 7, bare.q);
     std::copy(kQ, kQ + 7, d.q);
     FX_Impd_Process_Jacob(&bare, &p);
-    FX_SetTool(&p, toolPose(), kToolMass, toolCom(), toolInertia());
+    FX_SetTool(&p, kToolPose, kToolMass, kToolCom, kToolInertia);
     FX_Impd_Process_Jacob(&d, &p);
     EXPECT_EQ(d.jacob_ok, 1);
     expectNear(&bare.J[0][0], &d.J[0][0], 42, 0, "a tool does not enter J");

@@ -2,6 +2,7 @@
 // solution row fed back through forward kinematics, reach and tolerance edges on a
 // straight arm with exact arithmetic, the selection rules and the joint-7 span probes.
 #include <cstring>
+#include <numeric>
 
 #include "ik7/IKLock7.h"
 #include "ik7/IKSelect.h"
@@ -12,6 +13,7 @@ using namespace tk;
 
 namespace {
 
+// Largest joint difference modulo full turns, and largest difference of the top three rows.
 double jointDistance(const double* a, const double* b)
 {
     double worst = 0;
@@ -21,12 +23,10 @@ double jointDistance(const double* a, const double* b)
 double poseDistance(const double a[4][4], const double b[4][4])
 {
     double worst = 0;
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 4; ++c) worst = std::fmax(worst, std::fabs(a[r][c] - b[r][c]));
+    for (int k = 0; k < 12; ++k) worst = std::fmax(worst, std::fabs(a[k / 4][k % 4] - b[k / 4][k % 4]));
     return worst;
 }
-// All axes parallel, no elbow offsets, d3 = 400, d5 and a7 given, no flange:
-// every fixed transform is a whole-millimetre translation.
+// All axes parallel, no elbow offsets, d3 = 400, no flange: whole-millimetre translations.
 void buildStraight(IK_Poilt7* ik, double a7, double d5)
 {
     Link straight[7] = {};
@@ -38,58 +38,48 @@ H4 straightTarget(const IK_Poilt7& ik, double Dx, double Dy, double Dz)
 {
     return trans(ik.M_fix[6][0][3] - Dx, ik.M_fix[6][1][3] - Dy, -Dz + ik.d1 + ik.dF);
 }
+// Solution rows filled with a pattern, to see whether a solver wrote them.
 struct Rows {
     long count = -3;
     double sol[8][8];
-    Rows()
-    {
-        for (int k = 0; k < 64; ++k) sol[k / 8][k % 8] = 1000 + k;
-    }
-    bool untouched() const
-    {
-        for (int k = 0; k < 64; ++k)
-            if (sol[k / 8][k % 8] != 1000 + k) return false;
-        return count == -3;
-    }
+    Rows() { std::iota(&sol[0][0], &sol[0][0] + 64, 1000.0); }
+    bool untouched() const { return count == -3 && sol[0][0] == 1000 && sol[7][7] == 1063 && sol[3][3] == 1027; }
 };
+const double kNear = 1e-6;
 
 }  // namespace
 
 TEST(IK7, ModelMatchesTheLinkChain)
 {
-    // Untwisted type 1007 chain: the zero pose just adds the offsets.
-    Link flat[7] = {};
+    Link flat[7] = {};  // untwisted type 1007 chain: the zero pose just adds the offsets
     const double a[7] = {0, 0, 0, 20, -30, 0, 15}, d[7] = {340, 0, 400, 0, 410, 0, 126};
     for (int i = 0; i < 7; ++i) flat[i].a_mm = a[i], flat[i].d_mm = d[i];
     IK_Poilt7 ik{};
     ik.spare = 7.5;
     buildIK(&ik, 1007, flat);
-    const double fields[] = {ik.d1, ik.d3, ik.d5, ik.d7, ik.a4, ik.a5, ik.dF, double(ik.full_turn), ik.L_fore,
-                             ik.L_upper, ik.ang_fore, ik.ang_upper, ik.elbow_ref_m180, ik.reach, ik.spare};
-    const double want[] = {340, 400, 410, 126, 20, -30, 35, 360, std::hypot(410, 30), std::hypot(400, 20),
-                           std::atan2(30, 410) / kDeg, std::atan2(20, 400) / kDeg,
-                           -std::atan2(30, 410) / kDeg - std::atan2(20, 400) / kDeg, std::hypot(1276, 15), 7.5};
-    expectNear(want, fields, 15, 1e-12, "model");
+    const double fu = std::atan2(30, 410) / kDeg, uu = std::atan2(20, 400) / kDeg;
+    const double want[] = {340, 400, 410, 126, 20, -30, 35, 360, std::hypot(410, 30), std::hypot(400, 20), fu, uu,
+                           180 - fu - uu, -fu - uu, std::hypot(1276, 15), 7.5};
+    const double got[] = {ik.d1, ik.d3, ik.d5, ik.d7, ik.a4, ik.a5, ik.dF, double(ik.full_turn), ik.L_fore, ik.L_upper,
+                          ik.ang_fore, ik.ang_upper, ik.elbow_ref, ik.elbow_ref_m180, ik.reach, ik.spare};
+    expectNear(want, got, 16, 1e-12, "model");
     double zero[7] = {}, T[4][4];
     EXPECT_TRUE(OnKine(&ik, zero, T));
-    const H4 flat_pose = trans(20 - 30 + 15, 400 + 410 + 126, 340 + 35);
+    const H4 flat_pose = trans(20 - 30 + 15, 400 + 410 + 126, 340 + 35), id = eye();
     expectNear(&flat_pose.m[0][0], &T[0][0], 16, 1e-12, "flat zero pose");
-
     // Type 0 leaves joint 7 and flange at identity; 1017 puts the flange along x of joint 7.
     buildIK(&ik, 0);
-    const H4 id = eye();
     expectNear(&id.m[0][0], &ik.M_fix[6][0][0], 16, 0, "type 0 joint 7");
     expectNear(&id.m[0][0], &ik.M_fix[7][0][0], 16, 0, "type 0 flange");
     buildIK(&ik, 1017);
     const double j7[12] = {0, 0, 1, 0, 1, 0, 0, 126, 0, 1, 0, 0}, fl[12] = {0, 0, 1, 35, 0, -1, 0, 0, 1, 0, 0, 0};
     expectNear(j7, &ik.M_fix[6][0][0], 12, 1e-15, "1017 joint 7");
     expectNear(fl, &ik.M_fix[7][0][0], 12, 1e-15, "1017 flange");
-
     FX_Pilot rob;
     buildChain(&rob);
     buildIK(&ik);
     Lcg rng{11};
-    for (int trial = 0; trial < 50; ++trial) {
+    for (int trial = 0; trial < 30; ++trial) {
         double deg[7], rad[7], chain[4][4];
         for (int j = 0; j < 7; ++j) deg[j] = rng.next(-180, 180), rad[j] = deg[j] * kDeg;
         FX_KINE(&rob, rad, chain);
@@ -100,10 +90,10 @@ TEST(IK7, ModelMatchesTheLinkChain)
         expectNear(&id.m[0][0], &ik.M_joint[7][0][0], 16, 0, "M_joint[7]");
     }
     // Z-Y-Z: regular (-a, b, -c); sqrt(b) < 0.001 gives (0, b, a + c); b near pi stays regular.
-    const double zyz[][7] = {{0, 0, 0, 1, 0, 0, 0}, {10, 0, 20, 1, 0, 0, 30}, {40, 65, -110, 0, -40, 65, 110},
-                             {0.2 / kDeg, 0.9e-6 / kDeg, 0.3 / kDeg, 1, 0, 0.9e-6 / kDeg, 0.5 / kDeg},
-                             {0.2 / kDeg, 1.1e-6 / kDeg, 0.3 / kDeg, 0, -0.2 / kDeg, 1.1e-6 / kDeg, -0.3 / kDeg},
-                             {30, 180 - 1e-5, -15, 0, -30, 180 - 1e-5, 15}};
+    const double r = 1 / kDeg, zyz[][7] = {{0, 0, 0, 1, 0, 0, 0}, {10, 0, 20, 1, 0, 0, 30}, {40, 65, -110, 0, -40, 65, 110},
+                                           {0.2 * r, 0.9e-6 * r, 0.3 * r, 1, 0, 0.9e-6 * r, 0.5 * r},
+                                           {0.2 * r, 1.1e-6 * r, 0.3 * r, 0, -0.2 * r, 1.1e-6 * r, -0.3 * r},
+                                           {30, 180 - 1e-5, -15, 0, -30, 180 - 1e-5, 15}};
     for (const auto& z : zyz) {
         H4 R = rot(2, z[0] * kDeg) * rot(1, z[1] * kDeg) * rot(2, z[2] * kDeg);
         double ang[3];
@@ -121,46 +111,39 @@ TEST(IK7, EverySolutionRowReproducesThePose)
     buildIK(&ik17, 1017);
     Lcg rng{7};
     int eight = 0;
-    for (int trial = 0; trial < 200; ++trial) {
-        double q[7], T[4][4], T17[4][4];
+    for (int trial = 0; trial < 150; ++trial) {
+        double q[7], T[4][4], T17[4][4], back[4][4];
         for (int j = 0; j < 7; ++j) q[j] = rng.next(-175, 175);
-        if (trial == 0) q[1] = 0;  // degenerate shoulder: joint 1 turned the other way
+        if (trial == 0) q[1] = 0;  // degenerate shoulder: joint 1 turned the other way, joint 3 at 0
         OnKine(&ik, q, T);
-        Rows r, all, r17;
+        Rows r, all, r17, half;
         unsigned char flags[9];
         std::memset(flags, 0xAB, sizeof flags);
-        ASSERT_EQ(FX_IKLock7(&ik, q[6], T, &r.count, r.sol), 1) << trial;
-        ASSERT_EQ(FX_IKLock7_ALL(&ik, q[6], T, &all.count, all.sol, flags), 1);
+        ASSERT_EQ(FX_IKLock7(&ik, q[6], T, &r.count, r.sol) + FX_IKLock7_ALL(&ik, q[6], T, &all.count, all.sol, flags), 2);
         EXPECT_EQ(std::memcmp(&r, &all, sizeof r), 0);
-        for (int i = 0; i < 9; ++i) EXPECT_EQ(flags[i], i < 8 ? 0 : 0xAB);
+        EXPECT_EQ(std::count(flags, flags + 9, 0) * 1000 + flags[8], 8000 + 0xAB);
         ASSERT_TRUE(r.count == 4 || r.count == 8);
         eight += r.count == 8;
         double nearest = 1e9;
         for (int k = 0; k < r.count; ++k) {
-            double back[4][4];
+            const double* base = r.sol[k & ~1];
             nearest = std::fmin(nearest, jointDistance(r.sol[k], q));
             EXPECT_EQ(r.sol[k][6], q[6]);
             OnKine(&ik, r.sol[k], back);
-            EXPECT_TRUE(r.sol[k][7] == 1.0 || poseDistance(back, T) < 1e-8) << trial << " row " << k;
-            const double* base = r.sol[k & ~1];
-            if (k % 2 == 0 || base[7] != 0.0) {
-                EXPECT_EQ(std::memcmp(r.sol[k], base, sizeof(double) * 8), 0);  // degenerate rows repeat
-                if (trial == 0 && base[7] == 1.0 && std::fabs(base[3] - q[3]) < 1e-8 && std::fabs(base[4] - q[4]) < 1e-8) {
-                    EXPECT_NEAR(base[0], -(q[0] + q[2]), 1e-8);  // joint 1 carries the whole z turn, negated
-                    EXPECT_EQ(base[2], 0);
-                    nearest = 0;
-                }
-                continue;
+            EXPECT_TRUE(base[7] == 1.0 || poseDistance(back, T) < 1e-8) << trial << " row " << k;
+            if (base[7] == 1.0 && std::fabs(base[3] - q[3]) < 1e-8 && std::fabs(base[4] - q[4]) < 1e-8) {
+                const double shoulder[3] = {-(q[0] + q[2]), 0, 0};
+                expectNear(shoulder, base, 3, 1e-8, "degenerate shoulder");
+                nearest = 0;
             }
-            // Odd rows are the shoulder twins of the rows before them.
-            const double want[8] = {wrap180(base[0] + 180), -base[1], wrap180(base[2] + 180), base[3], base[4], base[5], base[6], 0};
-            expectNear(want, r.sol[k], 8, 1e-12, "twin");
+            // Odd rows are the shoulder twins of the rows before them; degenerate rows repeat.
+            const double twin[8] = {wrap180(base[0] + 180), -base[1], wrap180(base[2] + 180), base[3], base[4], base[5], base[6], 0};
+            expectNear(k % 2 == 0 || base[7] != 0 ? base : twin, r.sol[k], 8, 1e-12, "twin");
             EXPECT_LE(std::fabs(r.sol[k][0]), 180);
         }
-        EXPECT_LT(nearest, 1e-6) << trial;
+        EXPECT_LT(nearest, kNear) << trial;
         // The configuration form gives the four rows of the reference's elbow.
         double ref[7] = {0, 0, 0, q[3] > ik.elbow_ref_m180 ? ik.elbow_ref_m180 + 1 : ik.elbow_ref_m180 - 1};
-        Rows half;
         ASSERT_EQ(FX_IKLock7_With_Config(&ik, q[6], ref, T, &half.count, half.sol), 1);
         ASSERT_EQ(half.count, 4);
         const int b = r.count == 8 && q[3] <= ik.elbow_ref_m180 ? 4 : 0;
@@ -170,9 +153,9 @@ TEST(IK7, EverySolutionRowReproducesThePose)
         std::memcpy(T17, ik17.M_acc[7], sizeof T17);
         for (int k = 0; k < 3; ++k) T17[k][3] += ik17.dF * T17[k][2];
         ASSERT_EQ(FX_IKLock7(&ik17, q[6], T17, &r17.count, r17.sol), 1);
-        nearest = 1e9;
+        nearest = trial == 0 ? 0 : 1e9;
         for (int k = 0; k < r17.count; ++k) nearest = std::fmin(nearest, jointDistance(r17.sol[k], q));
-        EXPECT_LT(trial == 0 ? 0 : nearest, 1e-6) << trial;
+        EXPECT_LT(nearest, kNear) << trial;
     }
     EXPECT_GT(eight, 50);
 }
@@ -186,57 +169,44 @@ TEST(IK7, ReachAndWristToleranceEdges)
     Rows r, none;
     H4 T = straightTarget(ik, 0, -800, 0);  // full stretch: both elbows at joint 4 = +-1e-5
     ASSERT_EQ(FX_IKLock7(&ik, 0, T.m, &r.count, r.sol), 1);
-    EXPECT_EQ(r.count, 8);
+    ASSERT_EQ(r.count, 8);
     for (int k = 0; k < 8; ++k) EXPECT_EQ(std::fabs(r.sol[k][3]), 1e-5);
     T = straightTarget(ik, 0, -801, 0);  // a millimetre further: nothing written
-    EXPECT_EQ(FX_IKLock7(&ik, 0, T.m, &none.count, none.sol), 0);
-    EXPECT_EQ(FX_IKLock7_With_Config(&ik, 0, ref, T.m, &none.count, none.sol), 0);
+    EXPECT_EQ(FX_IKLock7(&ik, 0, T.m, &none.count, none.sol) + FX_IKLock7_With_Config(&ik, 0, ref, T.m, &none.count, none.sol), 0);
     EXPECT_TRUE(none.untouched());
-
-    // Interior elbow angle 120: joint 4 is +60 (first elbow) or -60 (second), the
-    // wrist cosine x for the first elbow and -x for the second; tolerance 1.00001.
+    // Interior elbow angle 120: joint 4 is +60 (first elbow) or -60 (second), the wrist
+    // cosine x for the first elbow and -x for the second, with a tolerance of 1.00001.
     const double reach = 800 * std::sin(60 * kDeg), sA = 400 * std::sin(60 * kDeg);
-    const double cases[][3] = {{1.5, 4, -60}, {-1.5, 0, 0}, {1.000005, 8, 60}, {1.00002, 4, -60}};
+    const double cases[][4] = {{1.5, 4, -60, 90}, {-1.5, 0, 0, 0}, {1.000005, 8, 60, 0}, {1.00002, 4, -60, 0}};
     for (const auto& c : cases) {
         Rows s;
         T = straightTarget(ik, std::sqrt(reach * reach - c[0] * sA * c[0] * sA), 0, c[0] * sA);
         EXPECT_EQ(FX_IKLock7(&ik, 0, T.m, &s.count, s.sol), c[1] > 0) << c[0];
-        EXPECT_TRUE(c[1] > 0 || s.untouched());
-        if (c[1] == 0) continue;
-        EXPECT_EQ(s.count, c[1]);
-        EXPECT_NEAR(s.sol[0][3], c[2], 1e-9);
-        EXPECT_NEAR(s.sol[0][4], c[0] == 1.5 ? 90 : s.sol[0][4], 1e-12);
+        const double want[3] = {c[1] ? c[1] : -3, c[2], c[3] ? c[3] : s.sol[0][4]}, got[3] = {double(s.count), s.sol[0][3], s.sol[0][4]};
+        expectNear(want, got, c[1] ? 3 : 1, 1e-9, "wrist tolerance");
     }
     ref[3] = -30;  // the configuration form checks the tolerance on both sides
     T = straightTarget(ik, std::sqrt(reach * reach - 2.25 * sA * sA), 0, 1.5 * sA);
     EXPECT_EQ(FX_IKLock7_With_Config(&ik, 0, ref, T.m, &none.count, none.sol), 0);
     EXPECT_TRUE(none.untouched());
-
-    // Nearer the shoulder than the elbow folds: not rejected, NaN joints.
-    buildStraight(&ik, 0, 300);
+    buildStraight(&ik, 0, 300);  // nearer the shoulder than the elbow folds: not rejected, NaN joints
     T = straightTarget(ik, 0, -50, 0);
     ASSERT_EQ(FX_IKLock7(&ik, 12, T.m, &r.count, r.sol), 1);
-    for (int k = 0; k < 8; ++k)
-        for (int c = 0; c < 7; ++c) EXPECT_EQ(std::isnan(r.sol[k][c]), c < 6) << k << "," << c;
+    for (int k = 0; k < 56; ++k) EXPECT_EQ(std::isnan(r.sol[k / 7][k % 7]), k % 7 < 6) << k;
 }
 
 TEST(IK7, SelectionRules)
 {
-    // q1..q7 of every input: 30, q2, 40, q4, 50, q6, 60; rows with joint 2, 4 or 6
-    // within 0.01 of 0 split the coinciding axes as the reference does.
-    double ref[7] = {10, 1, 20, 2, 30, 3, 40};
+    // q1..q7 of every input: 30, q2, 40, q4, 50, q6, 60; rows with joint 2, 4 or 6 within
+    // 0.01 of 0 split the coinciding axes as the reference does.
+    double ref[7] = {10, 1, 20, 2, 30, 3, 40}, out[8];
     const double cases[][15] = {
-        {30, 0.01, 40, -0.01, 50, 5, 60, 0, 30, 0.01, 40, -0.01, 50, 5, 60},
-        {30, 0.005, 40, 5, 50, 5, 60, 1, 10, 0.005, -80, 5, 50, 5, 60},
-        {30, 5, 40, -0.0099, 50, 5, 60, 0, 30, 5, 20, -0.0099, 70, 5, 60},
-        {30, 5, 40, 5, 50, 0, 60, 0, 30, 5, 40, 5, 30, 0, 80},
-        {30, 0, 40, 0, 50, 5, 60, 1, 10, 0, 20, 0, 50, 5, 60},
-        {30, 0, 40, 5, 50, 0, 60, 1, 10, 0, -80, 5, 30, 0, 80},
-        {30, 5, 40, 0, 50, 0, 60, 0, 30, 5, 20, 0, 30, 0, 100},
-        {30, 0, 40, 0, 50, 0, 60, 1, 10, 0, 20, 0, 30, 0, -20},
-    };
+        {30, 0.01, 40, -0.01, 50, 5, 60, 0, 30, 0.01, 40, -0.01, 50, 5, 60}, {30, 0.005, 40, 5, 50, 5, 60, 1, 10, 0.005, -80, 5, 50, 5, 60},
+        {30, 5, 40, -0.0099, 50, 5, 60, 0, 30, 5, 20, -0.0099, 70, 5, 60}, {30, 5, 40, 5, 50, 0, 60, 0, 30, 5, 40, 5, 30, 0, 80},
+        {30, 0, 40, 0, 50, 5, 60, 1, 10, 0, 20, 0, 50, 5, 60}, {30, 0, 40, 5, 50, 0, 60, 1, 10, 0, -80, 5, 30, 0, 80},
+        {30, 5, 40, 0, 50, 0, 60, 0, 30, 5, 20, 0, 30, 0, 100}, {30, 0, 40, 0, 50, 0, 60, 1, 10, 0, 20, 0, 30, 0, -20}};
     for (const auto& c : cases) {
-        double row[1][8], out[8];
+        double row[1][8];
         std::copy(c, c + 8, row[0]);
         EXPECT_EQ(FX_SelectSolve(nullptr, 1, ref, row, out), 1);
         expectNear(c + 8, row[0], 7, 1e-12, "rewritten row");
@@ -244,48 +214,38 @@ TEST(IK7, SelectionRules)
         EXPECT_EQ(out[7], c[7]);
     }
     // Costs 10, 10, 9.5 (350 is 10 away from 0); ties keep the earlier row; 180 and -180 tie.
-    double zero[7] = {}, out[8];
+    double zero[7] = {}, far[7] = {180, -180, 540}, half_open[8] = {180, 180, 180, 180, -170, 170, 0, 0};
     double table[3][8] = {{10, 5, 5, 5, 5, 5, 5, 0}, {-10, 5, 5, 5, 5, 5, 5, 0}, {350, 5, 5, 5, 5, 5, 4.5, 0}};
-    EXPECT_EQ(FX_SelectSolve_With_Range(nullptr, 3, zero, table, out), 1);
-    EXPECT_EQ(out[0] * 10 + out[6], -95.5);
-    FX_SelectSolve(nullptr, 2, zero, table, out);
-    EXPECT_EQ(out[0], 10);
     double wrapped[3][8] = {{180, 5, 5, 5, 5, 5, 6, 0}, {-180, 6, 5, 5, 5, 5, 5, 0}, {0, 5, 5, 5, 5, 5, 210, 0}};
-    FX_SelectSolve(nullptr, 2, zero, wrapped, out);
-    EXPECT_EQ(out[1], 5);
-    FX_SelectSolve(nullptr, 3, zero, wrapped, out);
-    EXPECT_EQ(out[6], -150);
-    double turns[1][8] = {{180, -180, 540, -540, 190, -190, 360, 0}}, far[7] = {180, -180, 540};
+    double turns[1][8] = {{180, -180, 540, -540, 190, -190, 360, 0}};
+    EXPECT_EQ(FX_SelectSolve_With_Range(nullptr, 3, zero, table, out) * 1000 + out[0] * 10 + out[6], 904.5);
+    EXPECT_EQ(FX_SelectSolve(nullptr, 2, zero, table, out) * 1000 + out[0], 1010);
+    EXPECT_EQ(FX_SelectSolve(nullptr, 2, zero, wrapped, out) * 1000 + out[1], 1005);
+    EXPECT_EQ(FX_SelectSolve(nullptr, 3, zero, wrapped, out) * 1000 + out[6], 850);
     FX_SelectSolve(nullptr, 1, far, turns, out);
-    const double half_open[8] = {180, 180, 180, 180, -170, 170, 0, 0};
     expectNear(half_open, out, 8, 0, "wrapped into (-180, 180]");
     EXPECT_EQ(turns[0][2], 540);
 
     IK_Poilt7 ik;
     buildIK(&ik);
     Lcg rng{3};
-    for (int trial = 0; trial < 60; ++trial) {
-        double q[7], near[7], T[4][4], back[4][4], got[8];
+    for (int trial = 0; trial < 40; ++trial) {
+        double q[7], near[7], T[4][4], back[4][4], got[8], got_config[8];
         for (int j = 0; j < 7; ++j) q[j] = rng.next(-175, 175), near[j] = q[j] + rng.next(-2, 2);
         if ((near[3] > ik.elbow_ref_m180) != (q[3] > ik.elbow_ref_m180)) near[3] = q[3];
         OnKine(&ik, q, T);
-        ASSERT_EQ(FX_IKRef7(&ik, q[6], near, T, got), 1);
-        EXPECT_LT(jointDistance(got, q), 1e-6) << trial;
+        ASSERT_EQ(FX_IKRef7(&ik, q[6], near, T, got) + FX_IKRef7_With_Config(&ik, q[6], near, T, got_config), 2);
         OnKine(&ik, got, back);
-        EXPECT_LT(poseDistance(back, T), 1e-8);
-        ASSERT_EQ(FX_IKRef7_With_Config(&ik, q[6], near, T, got), 1);
-        EXPECT_LT(jointDistance(got, q), 1e-6) << trial;
+        EXPECT_LT(jointDistance(got, q) + jointDistance(got_config, q) + poseDistance(back, T) * 100, kNear) << trial;
     }
     double q[7] = {30, 0, 40, 50, 20, 60, -10}, shoulder_ref[7] = {12, 1, 50, 48, 22, 58, -10}, T[4][4];
+    double kept[8] = {1, 2, 3, 4, 5, 6, 7, 8}, copy[8] = {1, 2, 3, 4, 5, 6, 7, 8}, p[7] = {1, -2.5, 0, 1e-7, 180, 123.4567891, -0.0};
     OnKine(&ik, q, T);
     ASSERT_EQ(FX_IKRef7(&ik, q[6], shoulder_ref, T, out), 1);
-    EXPECT_EQ(out[0] * 10 + out[7], 121);
-    EXPECT_NEAR(out[2], 58, 1e-8);
+    EXPECT_NEAR(out[0] * 10000 + out[2] * 10 + out[7], 120581, 1e-6);
     T[0][3] += 1500;
-    double kept[8] = {1, 2, 3, 4, 5, 6, 7, 8}, copy[8] = {1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_EQ(FX_IKRef7(&ik, 0, q, T, kept) + FX_IKRef7_With_Config(&ik, 0, q, T, kept), 0);
     expectNear(copy, kept, 8, 0, "unreachable");
-    double p[7] = {1, -2.5, 0, 1e-7, 180, 123.4567891, -0.0};
     int last = 0;
     EXPECT_EQ(printed([&] { last = PP7(p); }), "1.000000\t-2.500000\t0.000000\t0.000000\t180.000000\t123.456789\t-0.000000\t\n");
     EXPECT_EQ(last, '\n');
@@ -295,48 +255,43 @@ TEST(IK7, Joint7SpanProbes)
 {
     IK_Poilt7 ik;
     buildIK(&ik);
-    double q[7] = {20, -35, 50, 65, -40, 70, 25}, T[4][4], q0[8], pos[7], neg[7], q0c[8], posc[7], negc[7];
-    unsigned char okp = 7, okn = 7, okpc, oknc;
+    double q[7] = {20, -35, 50, 65, -40, 70, 25}, T[4][4], q0[8], pos[7], neg[7], q0c[8], posc[7], negc[7], centre[8];
+    double plus[7], minus[7], bp[7], bn[7], sp[7], sn[7], zp[7], zn[7], back[4][4], sentinel[7] = {5, 5, 5, 5, 5, 5, 5};
+    unsigned char a = 7, b = 7, c = 7, d = 7;
     OnKine(&ik, q, T);
-    ASSERT_EQ(FX_CALWSpan2(&ik, 1.0, q, T, q0, pos, neg, &okp, &okn), 1);
-    EXPECT_EQ(okp * 10 + okn, 11);
+    ASSERT_EQ(FX_CALWSpan2(&ik, 1.0, q, T, q0, pos, neg, &a, &b), 1);
+    EXPECT_EQ(a * 10 + b, 11);
     EXPECT_LT(jointDistance(q0, q), 1e-8);
-    for (const double* side : {pos, neg}) {  // q0 + difference holds the pose with joint 7 moved
-        double moved[7], back[4][4];
+    for (const double* side : {pos, neg}) {  // q0 + difference holds the pose with joint 7 moved one degree
+        double moved[7];
         for (int j = 0; j < 7; ++j) moved[j] = q0[j] + side[j];
-        EXPECT_NEAR(side[6], side == pos ? 1.0 : -1.0, 1e-12);
         OnKine(&ik, moved, back);
-        EXPECT_LT(poseDistance(back, T), 1e-8);
+        EXPECT_LT(poseDistance(back, T) + std::fabs(std::fabs(side[6]) - 1), 1e-8);
         EXPECT_LT(jointDistance(moved, q), 5.0);
     }
-    ASSERT_EQ(FX_CALWSpan2_With_Config(&ik, 1.0, q, T, q0c, posc, negc, &okpc, &oknc), 1);
+    EXPECT_GT(pos[6], 0);
+    ASSERT_EQ(FX_CALWSpan2_With_Config(&ik, 1.0, q, T, q0c, posc, negc, &c, &d) + FX_IKRef7_With_Config(&ik, q[6], q, T, centre), 2);
+    EXPECT_EQ(std::memcmp(centre, q0c, sizeof centre), 0);
     expectNear(pos, posc, 7, 1e-9, "config +");
     expectNear(neg, negc, 7, 1e-9, "config -");
-    double centre[8], both_p[7], both_n[7], plus[7], minus[7], sentinel[7] = {5, 5, 5, 5, 5, 5, 5};
-    ASSERT_EQ(FX_IKRef7_With_Config(&ik, q[6], q, T, centre), 1);
-    EXPECT_EQ(std::memcmp(centre, q0c, sizeof centre), 0);
-    unsigned char a = 7, b = 7, c = 7, d = 7;
     std::copy(sentinel, sentinel + 7, plus);
     std::copy(sentinel, sentinel + 7, minus);
-    ASSERT_EQ(FX_CALWSpan(&ik, 1.0, q, T, both_p, both_n, &a, &b) + FX_CALWPosSpan(&ik, 1.0, q, T, plus, &c) +
+    a = b = c = d = 7;
+    ASSERT_EQ(FX_CALWSpan(&ik, 1.0, q, T, bp, bn, &a, &b) + FX_CALWPosSpan(&ik, 1.0, q, T, plus, &c) +
                   FX_CALWNegSpan(&ik, 1.0, q, T, minus, &d), 3);
     EXPECT_EQ(a * 1000 + b * 100 + c * 10 + d, 1111);
-    expectNear(pos, both_p, 7, 0, "span +");
-    expectNear(neg, both_n, 7, 0, "span -");
-    expectNear(pos, plus, 7, 0, "plus only");
-    expectNear(neg, minus, 7, 0, "minus only");
+    for (const double* got : {bp, plus}) expectNear(pos, got, 7, 0, "plus side");
+    for (const double* got : {bn, minus}) expectNear(neg, got, 7, 0, "minus side");
     // Rates per degree: one-sided differences over 0.1 degree, scaled by 10.
-    double small_p[7], small_n[7], zp[7], zn[7];
-    ASSERT_EQ(FX_CALW(&ik, q, T, pos, neg, &a, &b) + FX_CALWSpan(&ik, 0.01, q, T, small_p, small_n, &c, &d) +
+    ASSERT_EQ(FX_CALW(&ik, q, T, pos, neg, &a, &b) + FX_CALWSpan(&ik, 0.01, q, T, sp, sn, &c, &d) +
                   FX_CALWSpan(&ik, 0.0, q, T, zp, zn, &c, &d), 3);
     for (int j = 0; j < 7; ++j) {
-        const double central = (small_p[j] - small_n[j]) / 0.02;
+        const double central = (sp[j] - sn[j]) / 0.02;
         EXPECT_NEAR(pos[j], central, 1e-2) << j;
         EXPECT_NEAR((pos[j] - neg[j]) / 2, central, 1e-4) << j;
         EXPECT_EQ(zp[j] * zp[j] + zn[j] * zn[j], 0);
     }
     EXPECT_NEAR(pos[6] - neg[6], 2.0, 1e-12);
-
     // A failed centre writes nothing; the Span2 forms clear their flags first.
     T[2][3] += 2000;
     a = b = 7;
@@ -350,29 +305,25 @@ TEST(IK7, Joint7SpanProbes)
     EXPECT_EQ(FX_CALWSpan2_With_Config(&ik, 1.0, q, T, q0, plus, plus, &a, &b), 0);
     EXPECT_EQ(a + b, 0);
     expectNear(sentinel, plus, 7, 0, "failed centre");
-
-    // Stretched straight arm with a7 = 100: only some joint-7 sides reach the target.
+    // Stretched straight arm with a7 = 100: the wrist at (100 - 100 cos q7, 800 + 100 sin q7) is in
+    // reach only on the minus side; at (900 - 100 cos q7, 100 sin q7) only at the centre.
     buildStraight(&ik, 100, 400);
     double ref[7] = {0, 0, 0, 1, 0, 0, 0};
-    H4 target = trans(100, 800, ik.d1);  // wrist at (100 - 100 cos q7, 800 + 100 sin q7)
-    std::copy(sentinel, sentinel + 7, plus);
+    H4 target = trans(100, 800, ik.d1);
     EXPECT_EQ(FX_CALWSpan(&ik, 1.0, ref, target.m, plus, neg, &a, &b), 1);
     EXPECT_EQ(a * 10 + b, 1);
-    expectNear(sentinel, plus, 7, 0, "unreached side");
-    EXPECT_EQ(FX_CALWPosSpan(&ik, 1.0, ref, target.m, plus, &a) * 10 + a, 0);
-    EXPECT_EQ(FX_CALWNegSpan(&ik, 1.0, ref, target.m, neg, &b) * 10 + b, 11);
-    target = trans(900, 0, ik.d1);  // exactly 800 away at q7 = 0 only
+    EXPECT_EQ(FX_CALWPosSpan(&ik, 1.0, ref, target.m, plus, &a) * 10 + FX_CALWNegSpan(&ik, 1.0, ref, target.m, neg, &b), 1);
+    EXPECT_EQ(a * 10 + b, 1);
+    target = trans(900, 0, ik.d1);
     EXPECT_EQ(FX_CALWSpan2(&ik, 1.0, ref, target.m, q0, plus, plus, &a, &b), 0);
     EXPECT_EQ(a + b + q0[6], 0);
-    expectNear(sentinel, plus, 7, 0, "centre only");
+    expectNear(sentinel, plus, 7, 0, "unreached sides");
 
-    double I1[2] = {-100, 40}, I2[2] = {62, 170}, I3[2] = {45, 60}, wide[2] = {-1000, 1000};
-    double low[2] = {-10, 0.1}, high[2] = {1.9, 10};
-    const double cases[][2] = {{50, 39.9}, {58, 62.1}, {40, 40}, {62, 62}, {-120, -99.9}, {175, 169.9}, {10, 10}};
-    for (const auto& k : cases) {
+    double I1[2] = {-100, 40}, I2[2] = {62, 170}, I3[2] = {45, 60}, wide[2] = {-1000, 1000}, low[2] = {-10, 0.1}, high[2] = {1.9, 10};
+    const double clamp[][2] = {{50, 39.9}, {58, 62.1}, {40, 40}, {62, 62}, {-120, -99.9}, {175, 169.9}, {10, 10}};
+    for (const auto& k : clamp) {  // I3 never counts
         EXPECT_DOUBLE_EQ(FX_Axis7_InInterval3(k[0], I1, I2, I3), k[1]) << k[0];
-        EXPECT_DOUBLE_EQ(FX_Axis7_InInterval3(k[0], I1, I2, wide), k[1]) << k[0];  // I3 never counts
+        EXPECT_DOUBLE_EQ(FX_Axis7_InInterval3(k[0], I1, I2, wide), k[1]) << k[0];
     }
-    EXPECT_EQ(FX_Axis7_InInterval3(1, low, high, I3), 0.0);  // equal distances go to I1
-    EXPECT_EQ(FX_Axis7_InInterval3(1, high, low, I3), 2.0);
+    EXPECT_EQ(FX_Axis7_InInterval3(1, low, high, I3) * 10 + FX_Axis7_InInterval3(1, high, low, I3), 2.0);  // ties go to I1
 }

@@ -40,62 +40,47 @@ bool samePose(Pilot* pilot, double* q, double target[4][4])
 
 TEST(Pilot, ForwardKinematicsJacobianAndGeometry)
 {
-    const double q[7] = {23.5, -41, 67.25, -95, 12, 58.5, -133};
+    const double q[7] = {23.5, -41, 67.25, -95, 12, 58.5, -133}, h = 1e-4, hr = h * kDeg;
+    const H4 id = eye(), tool = trans(5, -7, 90) * rot(0, 0.5);
     for (unsigned char variant = 0; variant < 2; ++variant) {
         Pilot pilot;
         buildPilot(&pilot, variant);
-        EXPECT_EQ(pilot.variant, variant);
-        EXPECT_EQ(pilot.tool_pose[2][3], kD1 + kD3 + kD5 + kD7);  // zero pose stands straight up
-        EXPECT_EQ(pilot.joint_pose[3][0][3], kA);
-        H4 back;
-        const H4 id = eye();
+        EXPECT_EQ(pilot.variant * 10000 + pilot.tool_pose[2][3] + pilot.joint_pose[3][0][3], variant * 10000 + 1286);
+        H4 back;  // zero pose straight up, the elbow offset sideways
         FX_MMM44(pilot.flange, pilot.flange_inv, back.m);
         expectNear(&id.m[0][0], &back.m[0][0], 16, 1e-15, "flange inverse");
         expectNear(&id.m[0][0], &pilot.tool2[0][0], 16, 0, "tool2");
-
-        double joints[7], pose[4][4], J[6][7];
+        double joints[7], pose[4][4], J[6][7], plus[4][4], minus[4][4];
         std::copy(q, q + 7, joints);
-        const H4 tool = trans(5, -7, 90) * rot(0, 0.5);
         std::copy(&tool.m[0][0], &tool.m[0][0] + 16, &pilot.tool[0][0]);
         FX_Kine_Pilot(&pilot, joints, pose);
+        FX_Jacb_Pilot(&pilot, J);
         const H4 flange = referenceFlange(variant, q), tcp = flange * tool;
         expectNear(&flange.m[0][0], &pilot.flange_pose[0][0], 16, 1e-9, "flange");
         expectNear(&tcp.m[0][0], &pose[0][0], 16, 1e-9, "tool");
-        FX_Jacb_Pilot(&pilot, J);
-        // Central differences: metres per radian, and the skew part of R+ R-^T.
-        const double h = 1e-4, hr = h * kDeg;
-        for (int i = 0; i < 7; ++i) {
-            double plus[4][4], minus[4][4];
+        for (int i = 0; i < 7; ++i) {  // central differences: m per radian, the skew part of R+ R-^T
             joints[i] = q[i] + h;
             FX_Kine_Pilot(&pilot, joints, plus);
             joints[i] = q[i] - h;
             FX_Kine_Pilot(&pilot, joints, minus);
             joints[i] = q[i];
             double d[3][3] = {};
-            for (int r = 0; r < 3; ++r)
-                for (int c = 0; c < 3; ++c)
-                    for (int k = 0; k < 3; ++k) d[r][c] += plus[r][k] * minus[c][k];
-            const double fd[6] = {(plus[0][3] - minus[0][3]) / (2 * hr) * 0.001,
-                                  (plus[1][3] - minus[1][3]) / (2 * hr) * 0.001,
-                                  (plus[2][3] - minus[2][3]) / (2 * hr) * 0.001,
-                                  (d[2][1] - d[1][2]) / (4 * hr), (d[0][2] - d[2][0]) / (4 * hr),
-                                  (d[1][0] - d[0][1]) / (4 * hr)};
+            for (int k = 0; k < 27; ++k) d[k / 9][k / 3 % 3] += plus[k / 9][k % 3] * minus[k / 3 % 3][k % 3];
+            const double fd[6] = {(plus[0][3] - minus[0][3]) / (2 * hr) * 0.001, (plus[1][3] - minus[1][3]) / (2 * hr) * 0.001,
+                                  (plus[2][3] - minus[2][3]) / (2 * hr) * 0.001, (d[2][1] - d[1][2]) / (4 * hr),
+                                  (d[0][2] - d[2][0]) / (4 * hr), (d[1][0] - d[0][1]) / (4 * hr)};
             for (int r = 0; r < 6; ++r) EXPECT_NEAR(fd[r], J[r][i], 1e-8) << "joint " << i << " row " << r;
         }
     }
     Pilot pilot, plain;
     buildPilot(&pilot, 0);
     buildPilot(&plain, 1, 0.0);
-    EXPECT_DOUBLE_EQ(pilot.L1, std::hypot(kD3, kA));
-    EXPECT_DOUBLE_EQ(pilot.L2, std::hypot(kD5, kA));
-    EXPECT_DOUBLE_EQ(pilot.upper_offset, std::atan(kA / kD3) / kDeg);
-    EXPECT_DOUBLE_EQ(pilot.elbow_angle, 180 - 2 * pilot.upper_offset);
-    EXPECT_DOUBLE_EQ(pilot.straight_reach, std::hypot(pilot.L1, pilot.L2));
-    EXPECT_EQ(pilot.straight_q4, -pilot.upper_offset);
-    EXPECT_EQ(plain.elbow_angle, 180.0);
-    EXPECT_EQ(plain.L1, kD3);
-    const double s = pilot.straight_q4;
-    const double q4[] = {s, s + 1e-5, s - 1e-5, s + 1.01e-5, s - 1.01e-5, 0, -90};
+    const double up = std::atan(kA / kD3) / kDeg, L = std::hypot(kD3, kA);
+    const double want[9] = {L, L, up, up, 180 - 2 * up, std::hypot(L, L), -up, 180, kD3};
+    const double got[9] = {pilot.L1, pilot.L2, pilot.upper_offset, pilot.fore_offset, pilot.elbow_angle,
+                           pilot.straight_reach, pilot.straight_q4, plain.elbow_angle, plain.L1};
+    expectNear(want, got, 9, 1e-13, "geometry");
+    const double s = pilot.straight_q4, q4[] = {s, s + 1e-5, s - 1e-5, s + 1.01e-5, s - 1.01e-5, 0, -90};
     const int type[] = {0, 0, 0, 1, -1, 1, -1};
     for (int k = 0; k < 7; ++k) EXPECT_EQ(FX_GetJ4Type_Pilot(&pilot, q4[k]), type[k]) << k;
 }
@@ -293,84 +278,71 @@ namespace {
 
 double kCurves[4][3] = {{-0.012, 0.1, 240}, {-0.011, -0.2, 235}, {0.01, 0.1, -225}, {0.013, -0.15, -235}};
 double F(int row, double x) { return kCurves[row][0] * x * x + kCurves[row][1] * x + kCurves[row][2]; }
-
+// Joint limits -170 + i .. 170 - i, q6 within +-110, q7 within +-170; what the set-up prints.
 std::string initLmt(PilotLmt* lmt, unsigned char coupled)
 {
     double limits[7][4];
     for (int i = 0; i < 7; ++i) {
-        limits[i][0] = i == 5 ? -110 : i == 6 ? -170 : -170 + i;
-        limits[i][1] = i == 5 ? 110 : i == 6 ? 170 : 170 - i;
-        limits[i][2] = 100 + i;
-        limits[i][3] = 200 + i;
+        const double half = i == 5 ? 110 : i == 6 ? 170 : 170 - i;
+        limits[i][0] = i == 0 ? -170 : -half, limits[i][1] = half, limits[i][2] = 100 + i, limits[i][3] = 200 + i;
     }
     return printed([&] { FX_Init_PilotLmt(lmt, coupled, limits, kCurves); });
 }
 
 }  // namespace
 
-TEST(Pilot, CoupledLimitCornersAndPrint)
+TEST(Pilot, CoupledLimitCorners)
 {
-    PilotLmt lmt{};
+    PilotLmt lmt{}, two{}, plain{};
     lmt.Corner[7][0] = 12345;
-    EXPECT_EQ(initLmt(&lmt, 1), "<-110.000000 110.000000><-170.000000 170.000000>\n"
-                                "[-0.012000 -0.011000 0.010000 0.013000]\n"
-                                "[0.100000 -0.200000 0.100000 -0.150000]\n"
-                                "[240.000000 235.000000 -225.000000 -235.000000]\n");
-    EXPECT_EQ(lmt.JointMin[0], -170);
-    EXPECT_EQ(lmt.JointMax[4], 166);
-    EXPECT_EQ(lmt.JointLim3[6], 106);
-    EXPECT_EQ(lmt.JointLim4[2], 202);
-    // Side corners on q6 = +-110, end corners on q7 = +-170 with the root inside the rectangle.
-    const int side[3][2] = {{0, 0}, {3, 1}, {4, 2}};
-    for (const auto& s : side) {
-        const double edge = s[1] == 0 ? 110 : -110;
-        EXPECT_EQ(lmt.Corner[s[0]][0], edge);
-        EXPECT_NEAR(lmt.Corner[s[0]][1], F(s[1], edge), 1e-12);
-        EXPECT_DOUBLE_EQ(lmt.CornerSlope[s[0]], lmt.Corner[s[0]][1] / edge);
+    EXPECT_EQ(initLmt(&lmt, 1), "<-110.000000 110.000000><-170.000000 170.000000>\n[-0.012000 -0.011000 0.010000 0.013000]\n"
+                                "[0.100000 -0.200000 0.100000 -0.150000]\n[240.000000 235.000000 -225.000000 -235.000000]\n");
+    EXPECT_EQ(lmt.JointMin[4] * 1000 + lmt.JointMax[4] + lmt.JointLim3[6] * 1e6 + lmt.JointLim4[2] * 1e9, 202106000000 - 166000 + 166);
+    // Side corners on q6 = +-110 (points 0, 3, 4), end corners on q7 = +-170 (1, 2, 5, 6) inside the rectangle.
+    const int side[3][2] = {{0, 0}, {3, 1}, {4, 2}}, end[4][3] = {{1, 0, 1}, {2, 1, -1}, {5, 2, -1}, {6, 3, 1}};
+    for (const auto& c : side) {
+        const double edge = c[1] == 0 ? 110 : -110, want[3] = {edge, F(c[1], edge), F(c[1], edge) / edge};
+        const double got[3] = {lmt.Corner[c[0]][0], lmt.Corner[c[0]][1], lmt.CornerSlope[c[0]]};
+        expectNear(want, got, 3, 1e-12, "side corner");
     }
-    const int end[4][3] = {{1, 0, 1}, {2, 1, -1}, {5, 2, -1}, {6, 3, 1}};
-    for (const auto& e : end) {
-        const double edge = e[0] <= 2 ? 170 : -170, x = lmt.Corner[e[0]][0];
-        EXPECT_EQ(lmt.Corner[e[0]][1], edge);
-        EXPECT_NEAR(F(e[1], x), edge, 1e-9) << e[0];
-        EXPECT_GT(x * e[2], 40) << e[0];
-        EXPECT_LT(x * e[2], 110) << e[0];
-        EXPECT_DOUBLE_EQ(lmt.CornerSlope[e[0]], edge / x);
+    for (const auto& c : end) {
+        const double edge = c[0] <= 2 ? 170 : -170, x = lmt.Corner[c[0]][0];
+        const double want[3] = {edge, edge, edge / x}, got[3] = {lmt.Corner[c[0]][1], F(c[1], x), lmt.CornerSlope[c[0]]};
+        expectNear(want, got, 3, 1e-9, "end corner");
+        EXPECT_TRUE(x * c[2] > 40 && x * c[2] < 110) << c[0];
     }
     EXPECT_DOUBLE_EQ(lmt.CornerSlope[7], F(3, 110) / 110);
     EXPECT_EQ(lmt.Corner[7][0], 12345);  // never written
-
-    PilotLmt two{};
-    two.Curve[1][2] = 7;
+    two.Curve[1][2] = 7;  // curves are copied only for coupled == 1; zero curves give NaN corners
     EXPECT_NE(initLmt(&two, 2).find("[0.000000 0.000000 0.000000 0.000000]\n"), std::string::npos);
-    EXPECT_EQ(two.Curve[1][2], 7);  // curves are copied only for coupled == 1
+    EXPECT_EQ(two.Curve[1][2], 7);
     EXPECT_TRUE(std::isnan(two.Corner[1][0]));
-    PilotLmt plain{};
     EXPECT_EQ(initLmt(&plain, 0), "");
-    EXPECT_EQ(plain.Curve[0][0], 0.0);
+    EXPECT_EQ(plain.Curve[0][0] + plain.CornerSlope[0], 0.0);
 }
 
-TEST(Pilot, CoupledLimitBoundaries)
+TEST(Pilot, CoupledLimitBoundariesAndFlags)
 {
-    PilotLmt lmt{};
+    PilotLmt lmt{}, rect{}, never{};
     initLmt(&lmt, 1);
-    enum { kRay = -2, kPoint = -1 };
+    initLmt(&rect, 1);
+    initLmt(&rect, 0);  // uncoupled keeps the old curves but ignores them
+    enum { kRay = 8, kPoint = 9 };
     struct Probe {
         double q6, q7;
-        int corner;  // corner index, kRay (on the ray and its quadrant's curve) or kPoint (bx, by)
-        double bx = 0, by = 0;
-        bool outside = false;
+        int corner;  // corner point 0..6, kRay (on the ray and its quadrant's curve) or kPoint (bx, by)
+        double bx, by;
+        bool outside;
     } probes[] = {
-        {60, 80, kRay}, {-60, 80, kRay}, {-60, -80, kRay}, {60, -80, kRay},
-        {108, 144, kRay, 0, 0, true}, {-108, 144, kRay, 0, 0, true},
-        {-108, -144, kRay, 0, 0, true}, {108, -144, kRay, 0, 0, true},
-        {100, 10, 0}, {10, 160, 1}, {-10, 160, 2}, {-100, 10, 3}, {-100, -10, 4}, {-10, -160, 5}, {10, -160, 6},
-        {100, -10, kPoint, 0, 0},  // past CornerSlope[7]: the never-derived corner 7
-        {120, -10, kPoint, 0, 0}, {200, -10, kPoint, 0, 0, true},
-        {50, 0, kPoint, 0, 0}, {-50, 0, 4},  // q7 = 0 counts as lower
-        {0, 1000, kPoint, -110, 170}, {0, -1000, kPoint, -110, -170},  // |q6| < 2e-5: rectangle
-        {1e-5, 1000, kPoint, 110, 170}, {1e-5, -1000, kPoint, 110, -170}, {-1.9e-5, 5, kPoint, -110, 170},
-        {2e-5, 1000, 1, 0, 0, true}, {-2e-5, -1000, 5, 0, 0, true},
+        {60, 80, kRay, 0, 0, 0}, {-60, 80, kRay, 0, 0, 0}, {-60, -80, kRay, 0, 0, 0}, {60, -80, kRay, 0, 0, 0},
+        {108, 144, kRay, 0, 0, 1}, {-108, 144, kRay, 0, 0, 1}, {-108, -144, kRay, 0, 0, 1}, {108, -144, kRay, 0, 0, 1},
+        {100, 10, 0, 0, 0, 0}, {10, 160, 1, 0, 0, 0}, {-10, 160, 2, 0, 0, 0}, {-100, 10, 3, 0, 0, 0},
+        {-100, -10, 4, 0, 0, 0}, {-10, -160, 5, 0, 0, 0}, {10, -160, 6, 0, 0, 0},
+        {100, -10, kPoint, 0, 0, 0}, {120, -10, kPoint, 0, 0, 0}, {200, -10, kPoint, 0, 0, 1},  // the underived corner 7
+        {50, 0, kPoint, 0, 0, 0}, {-50, 0, 4, 0, 0, 0},  // q7 = 0 counts as lower
+        {0, 1000, kPoint, -110, 170, 0}, {0, -1000, kPoint, -110, -170, 0}, {1e-5, 1000, kPoint, 110, 170, 0},
+        {1e-5, -1000, kPoint, 110, -170, 0}, {-1.9e-5, 5, kPoint, -110, 170, 0},  // |q6| < 2e-5: rectangle
+        {2e-5, 1000, 1, 0, 0, 1}, {-2e-5, -1000, 5, 0, 0, 1},
     };
     for (const Probe& p : probes) {
         double q67[2] = {p.q6, p.q7}, bound[2] = {-999, -999}, plain[2];
@@ -379,18 +351,20 @@ TEST(Pilot, CoupledLimitBoundaries)
         FX_CCSBD(&lmt, q67, plain);
         EXPECT_EQ(outside, p.outside) << p.q6 << "," << p.q7;
         expectNear(bound, plain, 2, 0, "CCSBD");
-        if (p.corner == kRay) {
-            const int row = p.q6 > 0 ? (p.q7 > 0 ? 0 : 3) : (p.q7 > 0 ? 1 : 2);
-            EXPECT_NEAR(bound[1], p.q7 / p.q6 * bound[0], 1e-9) << p.q6 << "," << p.q7;
-            EXPECT_NEAR(bound[1], F(row, bound[0]), 1e-9) << p.q6 << "," << p.q7;
-        } else {
-            const double want[2] = {p.corner >= 0 ? lmt.Corner[p.corner][0] : p.bx,
-                                    p.corner >= 0 ? lmt.Corner[p.corner][1] : p.by};
-            expectNear(want, bound, 2, 0, "bound");
-        }
+        const int row = p.q6 > 0 ? (p.q7 > 0 ? 0 : 3) : (p.q7 > 0 ? 1 : 2);
+        const double ray[2] = {bound[0], F(row, bound[0])}, point[2] = {p.bx, p.by};
+        expectNear(p.corner == kRay ? ray : p.corner == kPoint ? point : lmt.Corner[p.corner], bound, 2, 1e-9, "bound");
+        EXPECT_TRUE(p.corner != kRay || std::fabs(bound[1] - p.q7 / p.q6 * bound[0]) < 1e-9) << p.q6 << "," << p.q7;
+        // Uncoupled: the rectangle corner of the quadrant, never outside.
+        outside = false;
+        FX_CCSBD_CHECK_old(&rect, q67, bound, outside);
+        const double corner_of_rect[2] = {p.q6 > 0 ? 110.0 : -110.0, p.q7 > 0 ? 170.0 : -170.0};
+        EXPECT_FALSE(outside);
+        expectNear(corner_of_rect, bound, 2, 0, "rectangle");
+        FX_CCSBD_CHECK_old(&never, q67, bound, outside);
+        EXPECT_EQ(bound[0] * bound[0] + bound[1] * bound[1], 0.0);
     }
-    // Exactly on the curve (as evaluated) is inside, one step past is outside.
-    for (int row = 0; row < 4; ++row) {
+    for (int row = 0; row < 4; ++row) {  // exactly on the curve (as evaluated) is inside, one step past outside
         const double q6 = row == 0 || row == 3 ? 60 : -60, *c = kCurves[row];
         double on[2] = {q6, q6 * (c[0] * q6 + c[1]) + c[2]}, bound[2];
         bool outside = false;
@@ -400,40 +374,17 @@ TEST(Pilot, CoupledLimitBoundaries)
         FX_CCSBD_CHECK_old(&lmt, on, bound, outside);
         EXPECT_TRUE(outside) << row;
     }
-}
-
-TEST(Pilot, LimitCheckFlagsAndUncoupledRectangle)
-{
-    for (unsigned char coupled = 0; coupled < 2; ++coupled) {
-        PilotLmt lmt{};
-        initLmt(&lmt, 1);
-        initLmt(&lmt, coupled);  // uncoupled keeps the old curves but ignores them
+    for (PilotLmt* l : {&rect, &lmt}) {  // joints 1-5 on their limits are inside; flags are set, never cleared
         double on_limits[7] = {-170, 169, -168, 167, 166, 60, 80}, wide[7] = {0, 0, 0, 0, 0, 120, -10};
         double beyond[7] = {-170.001, 169.001, 0, -168.001, 166.001, 100, 160}, bound[2];
-        bool outside[7] = {};
-        FX_CCSBD_CHECK(&lmt, on_limits, bound, outside);
-        FX_CCSBD_CHECK(&lmt, wide, bound, outside);
+        bool outside[7] = {}, all[7] = {1, 1, 1, 1, 1, 1, 1}, flag = true;
+        FX_CCSBD_CHECK(l, on_limits, bound, outside);
+        FX_CCSBD_CHECK(l, wide, bound, outside);
         for (int i = 0; i < 7; ++i) EXPECT_FALSE(outside[i]) << i;
-        FX_CCSBD_CHECK(&lmt, beyond, bound, outside);
-        const bool want[7] = {true, true, false, true, true, coupled == 1, coupled == 1};
-        for (int i = 0; i < 7; ++i) EXPECT_EQ(outside[i], want[i]) << int(coupled) << " joint " << i;
-        bool all[7] = {true, true, true, true, true, true, true}, flag = true;
-        FX_CCSBD_CHECK(&lmt, on_limits, bound, all);  // flags are never cleared
-        FX_CCSBD_CHECK_old(&lmt, on_limits + 5, bound, flag);
-        for (int i = 0; i < 7; ++i) EXPECT_TRUE(all[i]);
-        EXPECT_TRUE(flag);
-    }
-    PilotLmt lmt{}, never{};
-    initLmt(&lmt, 0);
-    const double points[6][4] = {{100, 160, 110, 170}, {-100, 160, -110, 170}, {-100, -160, -110, -170},
-                                 {100, -160, 110, -170}, {0, 0, -110, -170}, {500, 500, 110, 170}};
-    for (const auto& p : points) {
-        double q67[2] = {p[0], p[1]}, bound[2];
-        bool outside = false;
-        FX_CCSBD_CHECK_old(&lmt, q67, bound, outside);
-        EXPECT_FALSE(outside);
-        expectNear(p + 2, bound, 2, 0, "rectangle");
-        FX_CCSBD_CHECK_old(&never, q67, bound, outside);
-        EXPECT_EQ(bound[0] * bound[0] + bound[1] * bound[1], 0.0);
+        FX_CCSBD_CHECK(l, beyond, bound, outside);
+        for (int i = 0; i < 7; ++i) EXPECT_EQ(outside[i], i != 2 && (i < 5 || l == &lmt)) << i;
+        FX_CCSBD_CHECK(l, on_limits, bound, all);
+        FX_CCSBD_CHECK_old(l, on_limits + 5, bound, flag);
+        for (int i = 0; i < 7; ++i) EXPECT_TRUE(all[i] && flag);
     }
 }
