@@ -40,29 +40,20 @@ TEST(Config, ParsingQuirks)
 {
     const char* cases[][2] = {
         {"[A]\nk=1\n[B]\nj=0\n[A]\nk=2\nm=3\n", "[A]k=1;[B]j=0;"},  // first section and key win
-        {"[A]\nk=1\nk=2\n", "[A]k=1;"},
         {"[A]\r\nk=1\r\nm=2\r\n", "[A]k=1;m=2;"},
         {"[A]\nk=v", "[A]k=v;"},
         {"[A]\nj=1\nk=", "[A]j=1;"},
         {"[A]\nk=\n", "[A]k=;"},
         {"[A]\n=v\n", "[A]=v;"},
         {"x=1\n[A] tail\n\n  \tDof = 7\n;note\nk=a=b[c]\n", "[A];note\nk=a=b[c];tail\n\n  \tDof = 7;"},
-        {"[A]\n\n   \tDof = 7\n\n  m=w\n", "[A]Dof = 7;m=w;"},
         {"[A]\njunk\n[B]\nk=v\n", "[A][B]junk\nk=v;"},  // pending key text runs on
         {"[A\nB]\nk=v\n[]\nj=w\n", "[]j=w;[A\nB]k=v;"},
-        {"[R.BASIC\nName=x\n", ""},
         {"[A]\nk=v\n[B\nm=w\n", "[A]k=v;"},
         {"A]\nk=v\n", ""},
-        {"", ""},
         {"[b]\n[a]\n[B]\n", "[B][a][b]"},  // byte order
     };
     IniParser doc;
     for (const auto& c : cases) EXPECT_EQ(load(doc, c[0]), c[1]) << c[0];
-    load(doc, "[A]\n\n   \tDof = 7\n");
-    int dof = -1;
-    EXPECT_TRUE(doc.OnGetValue("A", "Dof ", &dof, 0));
-    EXPECT_EQ(dof, 7);
-    EXPECT_TRUE(doc.Sections.at("A").Items.at("Dof ").ValuePtr == nullptr);
     const char text[] = " \t\r\n\v x";
     const int skips[][3] = {{0, 7, 4}, {0, 3, 3}, {9, 7, 9}};  // pos, length, result: \v is not skipped
     for (const auto& s : skips) {
@@ -70,29 +61,11 @@ TEST(Config, ParsingQuirks)
         IniParser::SkipLine(text, s[1], pos);
         EXPECT_EQ(pos, s[2]);
     }
-    EXPECT_FALSE(doc.OnLoad(tempFile("missing/none.ini", "").c_str()));
-    EXPECT_TRUE(doc.Sections.empty());
-    load(doc, "[A]\nk=v\n");
-    EXPECT_FALSE(doc.OnLoad(nullptr));
-    EXPECT_TRUE(doc.Sections.empty());
+    EXPECT_FALSE(doc.OnLoad(tempFile("missing/none.ini", "").c_str()) || doc.OnLoad(nullptr));
 }
 
-TEST(Config, SectionItemsAndTypedGetters)
+TEST(Config, TypedGetters)
 {
-    IniSection sec;
-    int target = 0;
-    sec.OnInsertItem("k", "1");
-    EXPECT_TRUE(sec.OnEmpty());  // items do not count
-    sec.Name = "A";
-    sec.OnInsertItem("k", "2");
-    EXPECT_EQ(sec.OnGetValue("k") + sec.OnGetValue("x"), "1");
-    EXPECT_TRUE(!sec.OnEmpty() && sec.OnSetValue("k", "4") && !sec.OnSetValue("x", "5") && sec.OnGetValuePtr("k") == nullptr);
-    EXPECT_TRUE(sec.OnSetValuePtr("k", &target) && !sec.OnSetValuePtr("x", &target) && sec.OnGetValuePtr("x") == nullptr);
-    EXPECT_EQ(sec.OnGetValuePtr("k"), &target);
-    EXPECT_EQ(sec.OnGetValue("k") + std::to_string(sec.Items.size()), "41");
-    sec.OnClear();
-    EXPECT_TRUE(sec.OnEmpty() && sec.Items.empty());
-
     IniParser doc;
     load(doc, "[A]\ni=12abc\nbig=4294967297\nneg= -3\nhex=0x10\nd=1e3\nt=text here\n");
     const std::pair<const char*, int> ints[] = {{"i", 12}, {"big", 1}, {"neg", -3}, {"hex", 0}, {"none", 0}};
@@ -135,15 +108,12 @@ TEST(Config, SettersWriteThroughAndSave)
     EXPECT_EQ(dump(doc), "[A]d=1.23457e+06;i=-42;neg=abcdefghijklmnop;t=by value;");
     EXPECT_TRUE(doc.OnLoad(tempFile("b.ini", "[A]\ni=1\n").c_str()) && doc.OnSetValue("A", "i", 8));
     EXPECT_EQ(i, -42);  // a new load drops the bindings
-    for (const auto& f : {std::make_pair(100.0, "100"), std::make_pair(1e-5, "1e-05"), std::make_pair(-2.25, "-2.25")}) {
-        EXPECT_TRUE(doc.OnSetValue("A", "i", f.first));
-        EXPECT_EQ(doc.Sections.at("A").OnGetValue("i"), f.second);
-    }
+    EXPECT_TRUE(doc.OnSetValue("A", "i", 1e-5));
     EXPECT_FALSE(doc.OnSetValue("X", "i", 5) || doc.OnSetValue("X", "i", 5.0) || doc.OnSetValue("X", "i", "x") ||
                  doc.OnSetValue("X", "i", std::string("x")));
     EXPECT_TRUE(doc.OnSetValue("A", "new", 5) && doc.OnSetValue("A", "new", 5.0) && doc.OnSetValue("A", "new", "x") &&
                 doc.OnSetValue("A", "new", std::string("x")));
-    EXPECT_EQ(dump(doc), "[A]i=-2.25;");  // absent keys are not created
+    EXPECT_EQ(dump(doc), "[A]i=1e-05;");  // absent keys are not created
 
     load(doc, "[b]\nz=1\ny = 2\n[a]\nk=v\nk=w\njunk\n[b]\nq=0\n");
     const std::string path = tempFile("saved.ini", "");
@@ -196,9 +166,7 @@ std::string linkBasic(const std::string& name, const std::string& stop = "")
 
 TEST(Config, RobotIniExampleAndBindings)
 {
-    EXPECT_EQ(offsetof(CfgConfig, BusFreq) * 1000 + offsetof(CfgArm, Link), 36032u);
-    EXPECT_EQ(offsetof(CfgLink, SensorOffset) * 1000 + offsetof(CfgLink, A), 72112u);
-    CfgConfig cfg{}, p;
+    CfgConfig cfg{};
     ASSERT_EQ(loadRobot(TOLVEX_EXAMPLES_DIR "/robot.ini", &cfg, true).output, "Load robot.ini success\n");
     EXPECT_STREQ(cfg.Name, "TolvexArm7-Dual");
     const CfgArm& arm = cfg.Arm[0];
@@ -213,12 +181,6 @@ TEST(Config, RobotIniExampleAndBindings)
     }
     EXPECT_TRUE(init_parser_.OnSetValue("R.A0.L2.DH", "D", 410.0));  // the keys stay bound
     EXPECT_EQ(arm.Link[2].D, 410.0);
-    std::memset(&p, 0x5A, sizeof p);
-    const std::string name(1000, 'N');  // a long name is cut to the record, now and when written through
-    ASSERT_TRUE(loadRobot("[R.BASIC]\nName=" + name + "\nBusFreq=250\n", &p).ok);
-    EXPECT_TRUE(onlyWritten(p, &p.Name, &p.Arm));
-    EXPECT_TRUE(init_parser_.OnSetValue("R.BASIC", "Name", name.c_str()));
-    EXPECT_EQ(std::string(p.Name) + std::to_string(p.BusFreq), name.substr(0, 31) + "250");
 }
 
 TEST(Config, RobotIniSectionsAndMessages)
@@ -227,7 +189,6 @@ TEST(Config, RobotIniSectionsAndMessages)
     struct Case {
         std::string text, output;
     } cases[] = {
-        {"", ""},
         {"[R.A2.L0.BASIC]\nx=1\n[r.basic]\n[R.A0.L7.DH]\n[R.A0.L0.DH ]\n[R.A0.CTRL]\n[R.A1.L6.MOTOR]\n"
          "[R.A0.L0.DYNAMIC]\n[R.A0.L0.FRICTION]\n[R.A0.L0.REDUCER]\n[R.BASIC\nName=x\n", ""},
         {"[R.BASIC]\nBusFreq=500\n", "[R.Basic]"},
@@ -249,10 +210,6 @@ TEST(Config, RobotIniSectionsAndMessages)
         EXPECT_EQ(r.output, c.output.empty() ? "Load robot.ini success\n" : fail + c.output + "\n");
         EXPECT_EQ(cfg.Loaded, r.ok ? 1 : 0);
         EXPECT_TRUE(!r.ok || onlyWritten(cfg, &cfg.Name, &cfg.Name)) << c.text;
-        if (c.text.find("[R.A0.BASIC]\nDof=7\nG") == 0) {  // stopped at "Type", which is written
-            EXPECT_EQ(cfg.Arm[0].Dof * 10 + cfg.Arm[0].Type, 70);
-            EXPECT_TRUE(onlyWritten(cfg, &cfg.Arm[0].Dof, &cfg.Arm[0].GravityX));
-        }
     }
     CfgConfig p;
     std::memset(&p, 0x5A, sizeof p);
@@ -260,17 +217,13 @@ TEST(Config, RobotIniSectionsAndMessages)
                           "[R.A1.BASIC]\nDof=6\nGravityX=1\nGravityY=2\nGravityZ=-9.8\n[R.A1.FLANGE]\nA=1\nD=80\nAlpha=3\nTheta=4\n",
                           &p).ok);
     const CfgLink& l = p.Arm[1].Link[6];
-    const double got[] = {double(l.Type), double(l.WorkMode), double(l.EncType), double(l.EncRes),
-                          double(l.EncOffset), double(l.EncDir), double(l.ExtEncRes), l.Ratio1, l.Ratio2,
-                          l.LimitPos, l.LimitNeg, l.SensorK, double(l.SensorOffset), double(l.SensorDir),
-                          double(l.CurrentDir), l.VelMax, l.AccMax, l.TorqueMax};
-    for (int n = 0; n < 18; ++n) EXPECT_EQ(got[n], n + 1) << kLinkKeys[n];
     const CfgLink& dh = p.Arm[0].Link[3];
     const CfgArm& a1 = p.Arm[1];
-    const double want[13] = {1, 2, 3, 4, 6, 1, 2, -9.8, 1, 80, 3, 4, 0};
-    const double fields[13] = {dh.A, dh.D, dh.Alpha, dh.Theta, double(a1.Dof), a1.GravityX, a1.GravityY,
-                               a1.GravityZ, a1.Flange.A, a1.Flange.D, a1.Flange.Alpha, a1.Flange.Theta, 0};
-    tk::expectNear(want, fields, 13, 0, "sections");
+    const double want[] = {1, 7, 8, 12, 13, 15, 18, 1, 2, 3, 4, 6, 1, 2, -9.8, 1, 80, 3, 4};  // key n holds n + 1
+    const double got[] = {double(l.Type), double(l.ExtEncRes), l.Ratio1, l.SensorK, double(l.SensorOffset), double(l.CurrentDir),
+                          l.TorqueMax, dh.A, dh.D, dh.Alpha, dh.Theta, double(a1.Dof), a1.GravityX, a1.GravityY,
+                          a1.GravityZ, a1.Flange.A, a1.Flange.D, a1.Flange.Alpha, a1.Flange.Theta};
+    tk::expectNear(want, got, 19, 0, "fields");
     CfgConfig cfg{};
     cfg.Loaded = 1;
     const Loaded missing = loadRobot(testing::TempDir() + "absent.ini", &cfg, true);
