@@ -19,8 +19,7 @@ namespace tk {
 
 constexpr double kPi = 3.14159265358979323846, kDeg = kPi / 180.0;
 
-// Deterministic pseudo-random values in [lo, hi).
-struct Lcg {
+struct Lcg {  // deterministic pseudo-random values in [lo, hi)
     unsigned long state;
     double next(double lo, double hi)
     {
@@ -45,9 +44,7 @@ inline H4 rot(int axis, double t)
 {
     H4 h = eye();
     const int i = (axis + 1) % 3, j = (axis + 2) % 3;
-    h.m[i][i] = h.m[j][j] = std::cos(t);
-    h.m[j][i] = std::sin(t);
-    h.m[i][j] = -std::sin(t);
+    h.m[i][i] = h.m[j][j] = std::cos(t), h.m[j][i] = std::sin(t), h.m[i][j] = -std::sin(t);
     return h;
 }
 // RotX(alpha) TransX(a) RotZ(q) TransZ(d), composed factor by factor.
@@ -90,10 +87,8 @@ inline void buildChain(FX_Pilot* p, bool with_tool = false, const Link* links = 
         FX_SetLink(p, i, l.alpha_deg * kDeg, l.a_mm * 0.001, l.d_mm * 0.001, 0.0, l.mass, l.com, l.inertia, l.rotor);
     }
     FX_SetFlange(p, 0.0, 0.0, flange_mm * 0.001, 0.0);
-    p->n = 7;
-    p->type = type;
-    if (with_tool) FX_SetTool(p, kToolPose, kToolMass, kToolCom, kToolInertia);
-    if (!with_tool) FX_RemoveTool(p);
+    p->n = 7, p->type = type;
+    with_tool ? FX_SetTool(p, kToolPose, kToolMass, kToolCom, kToolInertia) : FX_RemoveTool(p);
 }
 inline void buildIK(IK_Poilt7* ik, int type = 1007, const Link* links = kArm, double flange_mm = kFlangeMm)
 {

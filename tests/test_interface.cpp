@@ -6,9 +6,7 @@
 
 #include "interface/Globals.h"
 #include "interface/ModelFile.h"
-#include "interface/RobotIniRoute.h"
 #include "interface/TolvexKine.h"
-#include "math/FxScalar.h"
 #include "pilot/PilotNSP.h"
 #include "tests/TestArm.h"
 
@@ -95,11 +93,6 @@ TEST(Interface, ModelFileFormat)
         EXPECT_FALSE(loads(bad));
     Pilot p{};
     PilotLmt l{};
-    file = openText(replaced(kBlock, "1017\n", "1012\n") + "tail\n");
-    EXPECT_FALSE(OnInitPilotPilotLmt(file, &p, &l));  // after the whole block, the records untouched
-    EXPECT_TRUE(OnGetLine(file, line) && p.L1 + l.JointMax[0] == 0);
-    EXPECT_STREQ(line, "tail");
-    std::fclose(file);
     for (const char* code : {"1017", "1007"}) {
         file = openText(replaced(kBlock, "1017\n", std::string(code) + "\n"));
         ASSERT_TRUE(OnInitPilotPilotLmt(file, &p, &l));
@@ -163,47 +156,4 @@ TEST(Interface, ModelRouteGateAndWrappedCalls)
     bool outside[7] = {};
     OnInvKineRange(range, bound, outside);
     EXPECT_EQ(outside[0] * 1000 + outside[1] * 100 + outside[5] * 10 + outside[6] + OnInvKineRange_Cross67(range + 5, bound), 111);
-}
-
-TEST(Interface, RobotIniRoute)
-{
-    std::string ini = "[R.A0.BASIC]\nDof=7\nType=1007\nGravityX=0\nGravityY=0\nGravityZ=-9.81\n[R.A0.FLANGE]\nA=5\nD=80\nAlpha=90\nTheta=45\n";
-    const double dh[7][4] = {{0, 340, 0, 0}, {-90, 0, 0, 0}, {90, 400, 0, 0}, {90, 0, 20, 0}, {-90, 400, -20, 0}, {90, 0, 0, 0}, {-90, 126, 0, 30}};
-    for (int i = 0; i < 7; ++i) {
-        char section[160];
-        std::snprintf(section, sizeof section, "[R.A0.L%d.DH]\nAlpha=%g\nD=%g\nA=%g\nTheta=%g\n", i, dh[i][0], dh[i][1], dh[i][2], dh[i][3]);
-        ini += section;
-    }
-    int ok = -1;
-    const auto init = [&](const std::string& text) { printed([&] { ok = OnInitKine(tempFile("robot.ini", text).c_str()); }); };
-    unload();
-    init(ini);
-    ASSERT_EQ(ok * 10 + m_Init_tag, 11);
-    EXPECT_EQ(rob.n * 10000 + rob.type + ms_DCTRL_CFG.Loaded * 1e6, 1071007);
-    for (int i = 0; i < 7; ++i) {
-        const double want[6] = {dh[i][0] * FX_DEG2RAD, dh[i][2] * FX_MM2M, dh[i][1] * FX_MM2M, dh[i][3] * FX_DEG2RAD, 0, 0};
-        const double got[6] = {rob.links[i].alpha, rob.links[i].a, rob.links[i].d, rob.links[i].theta, rob.links[i].mass,
-                               rob.links[i].rotor_inertia};
-        tk::expectNear(want, got, 6, 0, "link");
-    }
-    // The flange keeps only its length; the tool is removed; the IK model follows.
-    const double flange[7] = {0, 0, 0, 0.08, 0.08, 1, 34080};
-    const double got[7] = {rob.links[7].a, rob.links[7].alpha, rob.links[7].theta, rob.links[7].d, rob.local_T[7][2][3],
-                           double(rob.dyn_ready), ik.d1 * 100 + ik.dF};
-    tk::expectNear(flange, got, 7, 1e-9, "flange");
-    double zero[7] = {}, pose[4][4];
-    EXPECT_EQ(OnKine(zero, pose), 1);
-    EXPECT_EQ(pose[2][3], 0);  // shared gate, numeric model still zero
-    init(ini);
-    for (const char* dof : {"Dof=8", "Dof=-1"}) {  // the last good chain stays
-        init(replaced(ini, "Dof=7", dof));
-        EXPECT_EQ(ok * 10 + rob.n, 7) << dof;
-    }
-    std::memset(ms_DCTRL_DCSS, 0xAB, sizeof ms_DCTRL_DCSS);  // host blocks are cleared even when the load fails
-    std::memset(ms_DCTRL_SysInfo, 0xAB, sizeof ms_DCTRL_SysInfo);
-    unload();
-    EXPECT_EQ(printed([&] { ok = OnInitKine("/nonexistent/robot.ini"); }), "Failed to load file /nonexistent/robot.ini\n");
-    EXPECT_EQ(ok + m_Init_tag + rob.n, 0);
-    for (unsigned long i = 0; i < kDctrlDcssSize; ++i) ASSERT_EQ(ms_DCTRL_DCSS[i], i < kDctrlDcssCleared ? 0 : 0xAB) << i;
-    for (unsigned long i = 0; i < kDctrlSysInfoSize; ++i) ASSERT_EQ(ms_DCTRL_SysInfo[i], 0) << i;
 }
