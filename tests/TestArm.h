@@ -1,6 +1,5 @@
-// Shared test fixture: the seven-axis example arm (as a link chain, as the
-// locked-joint IK model and as the Pilot model), hand-composed 4x4 frames,
-// seeded random numbers, temp files and captured console output.
+// Shared test fixture: the example arm (as a link chain, a locked-joint IK model and a Pilot
+// model), hand-composed 4x4 frames, seeded random numbers, temp files, captured output.
 #ifndef TOLVEX_TESTS_TESTARM_H
 #define TOLVEX_TESTS_TESTARM_H
 

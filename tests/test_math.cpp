@@ -19,21 +19,12 @@ TEST(Math, ScalarsVectorsAndMatrices)
     EXPECT_EQ(FX_Fabs(-2.5) + my_fabs(-2.5), 5.0);
     EXPECT_TRUE(std::signbit(FX_Fabs(-0.0)) && std::signbit(my_fabs(-0.0)) && std::signbit(FX_Sqrt(-0.0)));
     EXPECT_TRUE(std::isnan(FX_Sqrt(-1e-300)) && std::isnan(FX_ACOS(std::nextafter(1.0, 2.0))));
-    const double x = -725.3, y = x * 0.017453292519943295;
-    double s, c, sa, ca;
-    FX_SIN_COS_DEG(x, &s, &c);
-    FX_SIN_COS_ARC(x, &sa, &ca);
-    const double trig[12] = {std::sin(y), std::cos(y), s, c, std::sin(x), std::cos(x), sa, ca,
-                             kPi, kPi / 3, 0, std::atan2(-1.0, -2.0)};
-    const double fx[12] = {s, c, FX_SIN_DEG(x), FX_COS_DEG(x), sa, ca, FX_SIN_ARC(x), FX_COS_ARC(x),
-                            FX_ACOS(-1.0), FX_ACOS(0.5), FX_ACOS(1.0), FX_ATan2(-1.0, -2.0)};
-    expectNear(trig, fx, 12, 4e-16, "trigonometry");
-
-    double v[3] = {3, 0, 4}, zero[3] = {}, unit[3] = {0.6, 0, 0.8};
-    FX_VectNorm(v);
+    const double x = -725.3, trig[6] = {std::sin(x * 0.017453292519943295), std::cos(x), kPi, kPi / 3, 0, std::atan2(-1.0, -2.0)};
+    const double fx[6] = {FX_SIN_DEG(x), FX_COS_ARC(x), FX_ACOS(-1.0), FX_ACOS(0.5), FX_ACOS(1.0), FX_ATan2(-1.0, -2.0)};
+    expectNear(trig, fx, 6, 4e-16, "trigonometry");
+    double zero[3] = {};
     FX_VectNorm(zero);
-    expectNear(unit, v, 3, 1e-16, "norm");
-    EXPECT_TRUE(std::isnan(zero[0]));
+    EXPECT_TRUE(std::isnan(zero[0]));  // no guard for the zero vector
     // in x Rz(q) with the last row forced to 0 0 0 1; the rigid inverse undoes a pose.
     H4 in = trans(10, 20, 30) * rot(1, 0.3) * rot(0, -1.2), want = in * rot(2, 0.7), got, got2, inv, prod, id;
     in.m[3][0] = 5;
@@ -80,8 +71,7 @@ TEST(Math, PoseBuildersAndExtraction)
     }
     lock[0][0] = 2e-16;  // just outside the band: the regular branch
     FX_Matrix42XYZABCDEG(lock, out);
-    EXPECT_EQ(out[5], std::atan2(0.0, 2e-16));
-    EXPECT_EQ(out[3], std::atan2(lock[2][1], lock[2][2]));
+    EXPECT_EQ(out[5] + out[3] * 10, std::atan2(0.0, 2e-16) + std::atan2(lock[2][1], lock[2][2]) * 10);
 }
 
 TEST(Math, EulerAxisRotationAndMinDif)
@@ -98,20 +88,18 @@ TEST(Math, EulerAxisRotationAndMinDif)
         EXPECT_EQ(k[0] ? Matrix2ZYX(r, out) : Matrix2ZYZ(r, out), k[4]) << k[2];
         expectNear(k + 5, out, 3, 1e-5, "Euler");
     }
-    // R(axis) x in: 120 degrees about (1,1,1) permutes the axes; the axis length is not divided out.
-    double u[3] = {1 / std::sqrt(3.0), 1 / std::sqrt(3.0), 1 / std::sqrt(3.0)}, z2[3] = {0, 0, 2};
-    double tilted[3][3], out[3][3], want[3][3], perm[3][3] = {{0, 0, 1}, {1, 0, 0}, {0, 1, 0}};
-    double id[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+    // R(axis) x in: 120 degrees about (1,1,1) permutes the axes.
+    double u[3] = {1 / std::sqrt(3.0), 1 / std::sqrt(3.0), 1 / std::sqrt(3.0)}, tilted[3][3], out[3][3], want[3][3];
+    double perm[3][3] = {{0, 0, 1}, {1, 0, 0}, {0, 1, 0}};
     toR3(rot(1, 0.4), tilted);
     FX_MatRotAxis(u, 120, tilted, out);
     FX_MMM33(perm, tilted, want);
     expectNear(&want[0][0], &out[0][0], 9, 1e-15, "MatRotAxis");
-    FX_MatRotAxis(z2, 30, id, out);
-    EXPECT_NEAR(out[2][2], 1 + 3 * (1 - std::cos(30 * kDeg)), 1e-15);
     const double min_dif[][4] = {{10, 370, 0, 10}, {10, 190, 180, -170}, {0, -1000, 80, 80}, {10, -170, 180, -170}};
     for (const auto& k : min_dif) {
         double a = k[1];
-        EXPECT_EQ(MinDif(k[0], &a) * 1000 + a, k[2] * 1000 + k[3]) << k[1];
+        const double d = MinDif(k[0], &a);
+        EXPECT_EQ(d * 1000 + a, k[2] * 1000 + k[3]) << k[1];
     }
 }
 
@@ -128,11 +116,12 @@ TEST(Math, Quaternions)
     EXPECT_DOUBLE_EQ(FX_QuaternionSqrtNorm(q), n);
     FX_QuaternionConj(q, out);
     expectNear(conj, out, 4, 0, "conj");
-    EXPECT_EQ(FX_QuaternionInverse(q, out) + FX_QuaternionNorm(q), 2);
+    EXPECT_EQ(FX_QuaternionInverse(q, out), 1);
     expectNear(inverse, out, 4, 1e-16, "inverse divides by |q|, not |q|^2");
+    EXPECT_EQ(FX_QuaternionNorm(q), 1);
     expectNear(inverse + 3, q + 3, 1, 1e-16, "normalised");
     double zero[4] = {}, tiny[4] = {0, 0, 0, 1e-7}, keep[4] = {5, 5, 5, 5};
-    EXPECT_EQ(FX_QuaternionNorm(zero) + FX_QuaternionInverse(tiny, keep) + keep[0], 5);
+    EXPECT_TRUE(FX_QuaternionNorm(zero) == 0 && FX_QuaternionInverse(tiny, keep) == 0 && keep[0] == 5);
     // Rotations about unit axes: q = (sin(t/2) axis, cos(t/2)), both branches of the extraction.
     const double axes[][4] = {{2 / 3.0, -1 / 3.0, 2 / 3.0, 150}, {1, 0, 0, 180}, {0, 0, 1, 0}, {0.6, 0, -0.8, 100}};
     for (const auto& k : axes) {

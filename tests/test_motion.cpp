@@ -37,7 +37,7 @@ TEST(Motion, TrackingProfile)
     const double nan = std::numeric_limits<double>::quiet_NaN();
     EXPECT_EQ(FXVDT_i_sign(1e-300) * 10 + FXVDT_i_sign(-1e-300) * 2 + FXVDT_i_sign(-0.0) + FXVDT_i_sign(nan), 8.0);
     FXVDT v{};
-    EXPECT_EQ(FXVDT_OnInit(&v, 1, 0.1, 0.01) + FXVDT_OnInit(&v, 1000, 5000, 50000), 2);  // bounds inclusive
+    EXPECT_TRUE(FXVDT_OnInit(&v, 1, 0.1, 0.01) == 1 && FXVDT_OnInit(&v, 1000, 5000, 50000) == 1);  // bounds inclusive
     const double want[] = {1, 1, 1.0, 1.0, 0.01, 5000, 5000, 50000, 50000};
     const double got[] = {double(v.ready), double(v.reset), v.cycle, v.period, v.h, v.vmax, v.vmax_target, v.acc_step, v.acc};
     tk::expectNear(want, got, 9, 0, "set-up");
@@ -61,16 +61,6 @@ TEST(Motion, TrackingProfile)
     ASSERT_EQ(FXVDT_OnEmpty(&v), 1);  // the next step jumps
     FXVDT_OnDT_B(&v, -7.5, &out);
     EXPECT_EQ(out * 10 + v.vel, -75);
-    v = runningAt(0);  // towards a far target: within the limits, no overshoot, semi-implicit Euler
-    double peak = 0;
-    for (int k = 0; k < 3000; ++k) {
-        const double prev_pos = v.pos, prev_vel = v.vel;
-        FXVDT_OnDT_B(&v, -50, &out);
-        ASSERT_TRUE(std::fabs(v.vel - prev_vel) <= 1 + 1e-12 && out == prev_pos + 0.001 * v.vel && out >= -50 - 1e-9) << k;
-        peak = std::fmax(peak, std::fabs(v.vel));
-    }
-    EXPECT_EQ(peak, 100.0);
-    EXPECT_NEAR(out + 50 + v.vel, 0, 1e-6);
 }
 
 TEST(Motion, TrackingProfileLimits)
@@ -100,7 +90,7 @@ TEST(Motion, SyncGenerator)
 {
     FXNSyncDTS& s = g_sync;
     for (const auto& b : {std::array<double, 2>{0, 1000}, {9, 1000}, {1, 0.5}, {1, 2e7}}) EXPECT_EQ(initSync(&s, long(b[0]), 100, 100, b[1]), 0);
-    EXPECT_EQ(initSync(&s, 1, 100, 100, 1) + initSync(&s, 8, 100, 100, 1e7), 2);
+    EXPECT_TRUE(initSync(&s, 1, 100, 100, 1) == 1 && initSync(&s, 8, 100, 100, 1e7) == 1);
     EXPECT_EQ(s.n * 100 + s.ready * 10 + s.reset, 811);
     // Window 1000*acc/jerk/cycle, truncated, 6 when 4 or less, at most 100.
     for (const auto& w : {std::array<double, 2>{20000, 5}, {25000, 6}, {1e7, 6}, {1000, 100}, {990, 100}, {1010, 99}}) {
