@@ -56,8 +56,7 @@ inline void expectNear(const double* want, const double* got, int n, double tol,
 }
 inline double wrap180(double d) { return std::remainder(d, 360.0); }
 
-// The example arm in robot.ini units (degrees, mm) with inertial parameters
-// chosen without symmetry so that every dynamics term contributes.
+// The example arm in robot.ini units (degrees, mm), inertias without symmetry.
 struct Link {
     double alpha_deg, a_mm, d_mm, mass, com[3], inertia[6], rotor;
 };
@@ -75,8 +74,7 @@ constexpr double kFlangeMm = 35, kToolMass = 1.3;
 inline double kToolPose[6] = {12.0, -7.0, 95.0, 0.0, 0.0, 0.0}, kToolCom[3] = {0.004, -0.006, 0.041},
               kToolInertia[6] = {0.0061, 0.0004, -0.0007, 0.0055, 0.0009, 0.0023};
 
-// Fills the chain like the robot.ini route (mm -> m, degrees -> rad): links,
-// flange, n and type, then the tool or none.
+// Fills the chain like the robot.ini route (mm -> m, degrees -> rad), then the tool or none.
 inline void buildChain(FX_Pilot* p, bool with_tool = false, const Link* links = kArm, double flange_mm = kFlangeMm,
                        int type = 1007)
 {
@@ -105,8 +103,7 @@ inline void buildPilot(Pilot* pilot, unsigned char variant, double a = kA)
     g[0][2] = kD1, g[2][2] = kD3, g[3][1] = a, g[4][2] = kD5, g[7][2] = kD7;
     FX_Init_Pilot(pilot, variant, g);
 }
-// Joints (degrees) clear of the straight elbow (|q4| >= 15) and of the
-// shoulder and wrist singularities (|q2| >= 15, 10 <= |q6| <= 80).
+// Joints (degrees) clear of the straight elbow and the shoulder and wrist singularities.
 inline void randomJoints(Lcg& rng, double q[7])
 {
     const double lo[7] = {-170, 15, -170, 15, -170, 10, -170}, hi[7] = {170, 110, 170, 140, 170, 80, 170};

@@ -2,7 +2,6 @@
 // recursion, M*qdd and C*qd against inverse dynamics, the Jacobian against finite differences.
 #include <cstring>
 #include <limits>
-
 #include "dynamics/FxCoriolis.h"
 #include "dynamics/FxImpedance.h"
 #include "dynamics/FxInvDyn.h"
@@ -154,7 +153,6 @@ TEST(Dynamics, InverseDynamicsMatchesAnIndependentRecursion)
     std::copy(kQ, kQ + 7, q);
     p.kin_cached = 0;
     invDyn(&p, q, zero, zero, 9.81, nowrench, first);
-    EXPECT_GT(std::fabs(first[1]), 0.1);
     for (double& v : q) v = std::numeric_limits<double>::quiet_NaN();
     FX_InvDyn(&p, q, zero, zero, g, nowrench, tau);
     expectNear(first, tau, 7, 0, "cached, g x and z ignored");

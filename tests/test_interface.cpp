@@ -3,15 +3,13 @@
 #include <cstring>
 #include <sstream>
 #include <vector>
-
 #include "interface/Globals.h"
 #include "interface/ModelFile.h"
 #include "interface/TolvexKine.h"
 #include "pilot/PilotNSP.h"
 #include "tests/TestArm.h"
 
-using tk::printed;
-using tk::tempFile;
+using namespace tk;
 
 namespace {
 

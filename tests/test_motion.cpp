@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
-
 #include "motion/FXAVGF.h"
 #include "motion/FXNSyncDTS.h"
 #include "motion/FxTrigTables.h"
@@ -50,8 +49,7 @@ TEST(Motion, TrackingProfile)
     double out = 123;  // not ready: every operation refuses
     EXPECT_EQ(FXVDT_OnDT_B(&v, 5, &out) + FXVDT_OnEmpty(&v) + FXVDT_OnS(&v) + FXVDT_OnV(&v) + FXVDT_OnU(&v, 3) +
                   FXVDT_OnSetRunTimeLmt(&v, 50, 50), 0);
-    // Far target from rest: the command saturates, the velocity gains acc*T before the move.
-    // Near target: |y| = 0.05 <= h*d gives a = y/h = -5, u = -acc*a/d = 500.
+    // Far target: the command saturates; near: |y| = 0.05 <= h*d gives a = y/h = -5, u = -acc*a/d = 500.
     for (const auto& c : {std::array<double, 3>{10, 1.0, 0.001}, {0.05, 0.5, 0.0005}, {0, 0, 0}}) {
         v = runningAt(0);
         for (int k = 0; k < (c[0] ? 1 : 10); ++k) FXVDT_OnDT_B(&v, c[0], &out);
@@ -61,13 +59,8 @@ TEST(Motion, TrackingProfile)
     ASSERT_EQ(FXVDT_OnEmpty(&v), 1);  // the next step jumps
     FXVDT_OnDT_B(&v, -7.5, &out);
     EXPECT_EQ(out * 10 + v.vel, -75);
-}
-
-TEST(Motion, TrackingProfileLimits)
-{
-    double out = 0;
-    for (double dir : {1.0, -1.0}) {
-        FXVDT v = runningAt(0);
+    for (double dir : {1.0, -1.0}) {  // a lowered limit
+        v = runningAt(0);
         while (std::fabs(v.vel) < 80) FXVDT_OnDT_B(&v, dir * 1000, &out);
         ASSERT_EQ(FXVDT_OnSetRunTimeLmt(&v, 20, 1000), 1);
         EXPECT_EQ(v.slowing * 1000 + v.vmax * 10 + v.vmax_target, 2020);
@@ -79,7 +72,8 @@ TEST(Motion, TrackingProfileLimits)
         for (int k = 0; k < 10; ++k) FXVDT_OnDT_B(&v, dir * 1000, &out);
         EXPECT_EQ(v.vmax * 10 + dir * v.vel, 220.0);
     }
-    FXVDT v = runningAt(0), before = v;
+    v = runningAt(0);
+    const FXVDT before = v;
     EXPECT_EQ(FXVDT_OnSetRunTimeLmt(&v, 100.05, 1000.05), 1);  // dead band
     EXPECT_EQ(std::memcmp(&before, &v, sizeof v), 0);
     EXPECT_EQ(FXVDT_OnSetRunTimeLmt(&v, 300, 2000), 1);
