@@ -187,9 +187,7 @@ TEST(IK7, Joint7SpanProbes)
         for (int j = 0; j < 7; ++j) moved[j] = q0[j] + side[j];
         OnKine(&ik, moved, back);
         EXPECT_LT(poseDistance(back, T) + std::fabs(std::fabs(side[6]) - 1), 1e-8);
-        EXPECT_LT(jointDistance(moved, q), 5.0);
     }
-    EXPECT_GT(pos[6], 0);
     ASSERT_EQ(FX_CALWSpan2_With_Config(&ik, 1.0, q, T, q0c, posc, negc, &c, &d), 1);
     expectNear(pos, posc, 7, 1e-9, "config +");
     ASSERT_EQ(FX_CALWSpan(&ik, 1.0, q, T, bp, bn, &a, &b) + FX_CALWPosSpan(&ik, 1.0, q, T, plus, &c) +

@@ -136,6 +136,10 @@ TEST(Interface, ModelRouteGateAndWrappedCalls)
     tk::expectNear(&jd[0][0], &jac[0][0], 42, 0, "OnJacob");
     ASSERT_EQ(OnKine(joints, pose), 1);
     tk::expectNear(&direct[0][0], &pose[0][0], 12, 0, "OnKine");
+    pilot.tool[3][2] = 5;  // a tool with a bad last row: the pose keeps 0 0 0 1
+    ASSERT_EQ(OnKine(joints, back), 1);
+    EXPECT_EQ(back[3][0] + back[3][1] + back[3][2] * 10 + back[3][3] * 100, 100);
+    pilot.tool[3][2] = 0;
     ASSERT_EQ(OnInvKine(pose, kJoints, out, &f1, &f2, &f3), 1);
     tk::expectNear(kJoints, out, 7, 1e-7, "OnInvKine");
     for (int pass = 0; pass < 2; ++pass) {

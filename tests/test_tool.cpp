@@ -73,8 +73,6 @@ TEST(Tool, CommandLinesExitCodesAndOutputLines)
         {"ini", 0, "", {"loader: Load robot.ini success\n", "L6         0.0   126.0        -90.0          0.0   0.0000  0.1260"}},
         {"ini --robot '" + ini + "'", 1, "tolvex-kine: robot file '" + ini + "': Failed to load robot.ini in [R.A0.BASIC]\n",
          {"loader: Failed to load robot.ini in [R.A0.BASIC]"}},
-        {"profile --axes 2 --cycle 2 --vmax 100 50 --acc 500 --jerk 20000 --target 30 -20", 0, "", {"t [s],raw1 [u],pos1 [u],"
-            "vel1 [u/s],acc1 [u/s^2],raw2 [u],pos2 [u],vel2 [u/s],acc2 [u/s^2]\n0,0,0,0,0,0,0,0,0\n"}},
         {"demo", 0, "", {"== 1. Forward kinematics", "== 4. FK -> IK round trip", "== 10. Motion profile"}},
     };
     for (const Case& c : cases) {
