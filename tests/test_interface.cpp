@@ -147,13 +147,9 @@ TEST(Interface, ModelRouteGateAndWrappedCalls)
         ASSERT_EQ(OnKine(out, back), 1);
         tk::expectNear(&pose[0][0], &back[0][0], 12, 1e-7, pass ? "NSP" : "Dir");
     }
-    EXPECT_EQ(out[3], nbase.q4);
-    std::string text = printed([&] { EXPECT_EQ(OnInvKine_NSP_test(pose, kJoints, out, &f1, &f2, &f3, 0.0), 1); });
+    const std::string text = printed([&] { EXPECT_EQ(OnInvKine_NSP_test(pose, kJoints, out, &f1, &f2, &f3, 0.0), 1); });
     EXPECT_EQ(text.rfind("[Tolvex Kinematic]\nnsp_angle = 0.000000\nref_joints = [12.000000 -35.000000 20.000000 -80.000000 "
                                    "15.000000 40.000000 -25.000000]\nreturn_joints=[12.0000", 0), 0u);
-    pose[0][3] += 5000;
-    text = printed([&] { EXPECT_EQ(OnInvKine_NSP_test(pose, kJoints, out, &f1, &f2, &f3, 10.0), 0); });
-    EXPECT_EQ(text.substr(text.size() - 7) + char('0' + f1), "]\nerr1\n1");
     double range[7] = {0, 130, 0, 0, 0, 100, 160}, bound[2];
     bool outside[7] = {};
     OnInvKineRange(range, bound, outside);

@@ -149,6 +149,22 @@ TEST(Pilot, InverseKinematicsAndArmAngle)
     }
 }
 
+TEST(Pilot, ArmAngleSingularAverageAndEqualSums)
+{
+    // Upper arm along z turned about x: singular, neighbours at +-1 degree averaged; Ry(90): equal sums keep C1.
+    const double rows[2][16] = {{1, 0, 0, 0, 1, 0, 0, 0, 1, 80, -10, -80, 0, 45.5, 0, 1},
+                                {0, 0, 1, 0, 1, 0, -1, 0, 0, 90, 0, 90, 0, -90, 0, 0}};
+    for (const auto& r : rows) {
+        NSPBase b = {0, 1, 33.0, {1, 0, 0, 0, 1, 0, 0, 0, 1}, {1, 0, 0}, {}, {1, 0, 0, 0, 1, 0, 0, 0, 1}};
+        std::copy(r, r + 9, b.upper_frame);
+        double ref[7] = {r[9], r[10], r[11]}, out[7];
+        unsigned char flag = 9;
+        ASSERT_EQ(FX_SolveJ123ZNYZ(&b, 0.0, ref, out, &flag), 1);
+        const double got[4] = {out[0], out[1], out[2], double(flag)};
+        expectNear(r + 12, got, 4, 1e-9, "shoulder");
+    }
+}
+
 TEST(Pilot, ReachMarginAndTriangle)
 {
     Pilot pilot;
