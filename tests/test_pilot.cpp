@@ -157,7 +157,7 @@ TEST(Pilot, ArmAngleSingularAverageAndEqualSums)
     for (const auto& r : rows) {
         NSPBase b = {0, 1, 33.0, {1, 0, 0, 0, 1, 0, 0, 0, 1}, {1, 0, 0}, {}, {1, 0, 0, 0, 1, 0, 0, 0, 1}};
         std::copy(r, r + 9, b.upper_frame);
-        double ref[7] = {r[9], r[10], r[11]}, out[7];
+        double ref[7] = {r[9], r[10], r[11]}, out[7] = {7, 7, 7};
         unsigned char flag = 9;
         ASSERT_EQ(FX_SolveJ123ZNYZ(&b, 0.0, ref, out, &flag), 1);
         const double got[4] = {out[0], out[1], out[2], double(flag)};
