@@ -11,7 +11,7 @@
 #include <random>
 
 #include "tolvexkine.h"
-#include "tests/IK7TestArm.h"
+#include "tests/TestArm.h"
 
 namespace {
 
@@ -173,10 +173,9 @@ TEST(BitIdentity, LockedJointSolverAndReferenceIK)
 {
     Rng r;
     Digest d;
-    static FX_Pilot rob;
     static IK_Poilt7 ik;
     for (int run = 0; run < 4000; ++run) {
-        if (run % 1000 == 0) ik7arm::buildExample(run % 2000 ? 1017 : 1007, &rob, &ik);
+        if (run % 1000 == 0) tk::buildIK(&ik, run % 2000 ? 1017 : 1007);
         double q[7], ref[7], T[4][4], sol[8][8], out[8];
         randomVector(r, q, 7, -170, 170, {0, 0.005, -1e-5, 90, 180});
         OnKine(&ik, q, T);

@@ -10,9 +10,7 @@
 #include <random>
 #include <string>
 
-#include "FxTestArm.h"
-#include "IK7TestArm.h"
-#include "PilotTestArm.h"
+#include "tests/TestArm.h"
 #include "tolvexkine.h"
 
 namespace {
@@ -96,9 +94,8 @@ TEST(HostileInput, NonFiniteAndHugeAnglesReturnAtOnce)
 
 TEST(HostileInput, LockedJointSolverRefusesNonFiniteInputAndBadCounts)
 {
-    FX_Pilot rob;
     IK_Poilt7 ik;
-    ik7arm::buildExample(1007, &rob, &ik);
+    tk::buildIK(&ik, 1007);
     double q[7] = {10, 20, 30, -60, 40, 50, 60}, T[4][4];
     OnKine(&ik, q, T);
     long count = -1;
@@ -128,7 +125,7 @@ TEST(HostileInput, LockedJointSolverRefusesNonFiniteInputAndBadCounts)
 TEST(HostileInput, AnalyticIkReportsFailureInsteadOfNaNJoints)
 {
     Pilot pilot;
-    MakePilot(1, &pilot);
+    tk::buildPilot(&pilot, 1);
     NSPBase nbase;
     const double q[7] = {10, 30, 20, 60, 15, 40, 25};
     double joints[7], T[4][4];
@@ -188,7 +185,7 @@ TEST(HostileInput, LimitChecksFlagNaNJoints)
 TEST(HostileInput, ChainCountsOutsideTheRecordsWriteNothing)
 {
     FX_Pilot p;
-    testarm::build(&p, true);
+    tk::buildChain(&p, true);
     double q[8] = {}, T[4][4] = {{7}}, tau[8] = {7, 7, 7, 7, 7, 7, 7, 7};
     double g[3] = {0, 9.81, 0}, w[6] = {};
     Impd_Process_Data d{};

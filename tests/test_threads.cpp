@@ -5,9 +5,7 @@
 #include <cstring>
 #include <thread>
 
-#include "FxTestArm.h"
-#include "IK7TestArm.h"
-#include "PilotTestArm.h"
+#include "tests/TestArm.h"
 #include "dynamics/FxImpedance.h"
 #include "dynamics/FxInvDyn.h"
 #include "dynamics/FxMassMatrix.h"
@@ -22,21 +20,20 @@ struct Arm {
     Pilot pilot;
     NSPBase nbase;
     FX_Pilot chain;    // with link masses and a tool, for the dynamics
-    FX_Pilot ik_chain; // the robot.ini-style chain the IK model comes from
     IK_Poilt7 ik;
 };
 
 // Sum of every result of `rounds` cycles of calls.
 double Work(Arm* arm, unsigned char variant, int rounds)
 {
-    std::mt19937 gen(variant + 1u);
+    tk::Lcg gen{variant + 1u};
     double sum = 0;
     for (int k = 0; k < rounds; ++k) {
         double q[7], T[4][4], out[8], ref[7], M[7][7], e[7] = {}, tau[7], zero[6] = {};
         double g[3] = {0, 9.81, 0}, q_rad[7], sol[8][8];
         unsigned char f1, f2, f3;
         long count;
-        RandomJoints(gen, q);
+        tk::randomJoints(gen, q);
         std::memcpy(ref, q, sizeof q);
         FX_Kine_Pilot(&arm->pilot, q, T);
         if (FX_InvKine_Pilot(&arm->pilot, ref, T, &arm->nbase, out, &f1, &f2, &f3))
@@ -61,9 +58,9 @@ double Work(Arm* arm, unsigned char variant, int rounds)
 
 void Build(Arm* arm, unsigned char variant)
 {
-    MakePilot(variant, &arm->pilot);
-    testarm::build(&arm->chain, true);
-    ik7arm::buildExample(variant ? 1017 : 1007, &arm->ik_chain, &arm->ik);
+    tk::buildPilot(&arm->pilot, variant);
+    tk::buildChain(&arm->chain, true);
+    tk::buildIK(&arm->ik, variant ? 1017 : 1007);
 }
 
 }  // namespace
