@@ -9,19 +9,10 @@
 #include <vector>
 
 #include "config/IniParser.h"
-
-namespace {
-
-std::string writeIni(const std::string& name, const std::string& text) {
-  const std::string path = testing::TempDir() + name;
-  std::ofstream(path, std::ios::binary) << text;
-  return path;
-}
-
-}  // namespace
+#include "tests/TestArm.h"
 
 TEST(IniBindings, DocumentsInTwoThreadsShareNothing) {
-  const std::string path = writeIni("bindings-threads.ini", "[A]\nt=0123456789\nn=5\n");
+  const std::string path = tk::tempFile("bindings-threads.ini", "[A]\nt=0123456789\nn=5\n");
   auto work = [&path](int seed, int* failures) {
     for (int round = 0; round < 300; ++round) {
       IniParser doc;
@@ -43,7 +34,7 @@ TEST(IniBindings, DocumentsInTwoThreadsShareNothing) {
 }
 
 TEST(IniBindings, BoundTravelsWithTheDocumentAndDiesWithIt) {
-  const std::string path = writeIni("bindings-life.ini", "[A]\nt=x\n");
+  const std::string path = tk::tempFile("bindings-life.ini", "[A]\nt=x\n");
   IniParser doc;
   ASSERT_TRUE(doc.OnLoad(path.c_str()));
   char buffer[16];

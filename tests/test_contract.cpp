@@ -66,7 +66,7 @@ FN(bool (*)(char*, double*, long&), OnGetValue);
 FN(bool (*)(FILE*, long*, M4, M4, M3), FX_Load_Pilot_Cfg);
 FN(bool (*)(FILE*, Pilot*, PilotLmt*), OnInitPilotPilotLmt);  // "bool (as an int 1/0)": bool
 
-// Scalars, vectors, matrices, poses, quaternions. Where the text names no result: void.
+// Scalars, vectors, matrices, poses, quaternions. Where the contract names no result: void.
 FN(double (*)(double), FX_Fabs);
 FN(double (*)(double), my_fabs);
 FN(double (*)(double), FX_Sqrt);
@@ -124,7 +124,7 @@ FN(void (*)(PilotLmt*, double*, double*), FX_CCSBD);
 FN(void (*)(PilotLmt*, double*, double*, bool*), FX_CCSBD_CHECK);
 FN(void (*)(PilotLmt*, double*, double*, bool&), FX_CCSBD_CHECK_old);
 
-// INI document and loader: members are non-static unless the text says static.
+// INI document and loader: members are non-static unless the contract says static.
 FN(bool (IniSection::*)() const, IniSection::OnEmpty);
 FN(void (IniSection::*)(), IniSection::OnClear);
 FN(void (IniSection::*)(const S&, const S&), IniSection::OnInsertItem);
@@ -237,8 +237,8 @@ DATA(const double[1001], FX_CosAccTable);
 DATA(const double[1001], FX_SinAccTable);
 DATA(const double[3600], FX_CosTable);
 
-// Records, natural alignment. Names the text does not give (Pilot, NSPBase, reserved space) are
-// ours; their offsets are the text's.
+// Records, natural alignment. Names the contract does not give (Pilot, NSPBase, reserved space)
+// are ours; their offsets are the contract's.
 SIZE(CfgLink, 344);
 FLD(CfgLink, Type, int, 0);
 FLD(CfgLink, WorkMode, int, 4);
@@ -417,17 +417,10 @@ FLD(FXAVGF, Restart, unsigned char, 6432);
 FLD(CfgLink, Reserved, double[14], 232);
 FLD(CfgArm, Reserved, unsigned char[592], 2472);
 FLD(CfgConfig, Reserved, unsigned char[8], 6168);
-// The text lists only the fields the library uses, "before and between" others it leaves open:
-// the record holds these fields alone, in the text's order.
+// The contract lists only the fields the library uses and leaves the others open: the record
+// holds these fields alone, in the contract's order.
 FLD(Impd_Process_Data, q, double[7], 0);
 FLD(Impd_Process_Data, pose, double[4][4], 56);
 FLD(Impd_Process_Data, J, double[6][7], 184);
 FLD(Impd_Process_Data, JT, double[7][6], 520);
 FLD(Impd_Process_Data, jacob_ok, unsigned char, 856);
-
-// SkipLine through an object, as a host calls it (a static member took `this` for `text`).
-TEST(Contract, SkipLineThroughAnObject) {
-  int pos = 0;
-  IniParser().SkipLine(" \t\r\nx", 5, pos);
-  EXPECT_EQ(pos, 4);
-}

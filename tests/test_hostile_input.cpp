@@ -3,11 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <limits>
-#include <random>
 #include <string>
 
 #include "tests/TestArm.h"
@@ -55,11 +53,9 @@ std::vector<double> Samples()
             }
         }
     }
-    std::mt19937_64 gen(17);
-    for (double scale : {1.0, 400.0, 1e4, 1e6}) {
-        std::uniform_real_distribution<double> any(-scale, scale);
-        for (int i = 0; i < 400; ++i) v.push_back(any(gen));
-    }
+    tk::Lcg gen{17};
+    for (double scale : {1.0, 400.0, 1e4, 1e6})
+        for (int i = 0; i < 400; ++i) v.push_back(gen.next(-scale, scale));
     return v;
 }
 
@@ -220,9 +216,7 @@ std::string WriteModel(const std::string& name, const std::string& first_line, i
             line = std::string(geometry_digits, '9') + line.substr(1);
         text += line + "\n";
     }
-    const std::string path = testing::TempDir() + name;
-    std::ofstream(path) << text;
-    return path;
+    return tk::tempFile(name, text);
 }
 
 TEST(HostileInput, ModelFileRefusesOverlongNumbers)
