@@ -76,11 +76,14 @@ void randomVector(Rng& r, double* v, int n, double lo, double hi, std::initializ
     if (r.one_in(60)) v[r.g() % n] = NAN;
 }
 
-// Expected digests, recorded from the step-by-step code. kLockedIK was recorded again when a
-// NaN pose became "out of reach" (0, outputs untouched); finite inputs hash as before.
-constexpr uint64_t kPilot = 0xcb33ca93e529c167, kChainKine = 0x4deee74a7d0b6da0,
-                   kDynamics = 0xcdca746e708dbfdb, kCoriolisParts = 0x385c690179e1807b,
-                   kLockedIK = 0x6d0befcec25db2bb, kSyncProfile = 0xc9638a615749e4e3;
+// Digests of the step-by-step code (kLockedIK since a NaN pose is "out of reach"). GCC and clang
+// round the chain code differently, each the same in its old and new form: one set per compiler.
+#ifdef __clang__
+constexpr uint64_t kChainKine = 0xc156ab408fb37082, kDynamics = 0x2273498908e2b4e4, kCoriolisParts = 0x6cb4577393b01d9b;
+#else
+constexpr uint64_t kChainKine = 0x4deee74a7d0b6da0, kDynamics = 0xcdca746e708dbfdb, kCoriolisParts = 0x385c690179e1807b;
+#endif
+constexpr uint64_t kPilot = 0xcb33ca93e529c167, kLockedIK = 0x6d0befcec25db2bb, kSyncProfile = 0xc9638a615749e4e3;
 
 }  // namespace
 

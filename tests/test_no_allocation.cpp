@@ -77,12 +77,12 @@ TEST(NoAllocation, EveryCycleCall)
     static FX_CM_YTC_BUF coriolis;
     static FX_CM_DPART_BUF part;
     static Impd_Process_Data impedance;
-    static FXNSyncDTS sync;
+    static FXNSyncDTS sync;  // records of the profiles, the filter and the arm-angle map
     static FXVDT axis;
     static FXAVGF filter;
+    static NSPBase base;
+    static PilotArmAngleMap map;
     PilotLimitVerdict verdict;
-    NSPBase base;
-    PilotArmAngleMap map;
     ASSERT_EQ(FXNSyncDTS_OnInit(&sync, 8, 1, lim, acc, jerk), 1);
     ASSERT_EQ(FXVDT_OnInit(&axis, 1, 100, 500), 1);
     ASSERT_TRUE(FXAVGF_OnInit(&filter, 8, 50));
@@ -92,15 +92,13 @@ TEST(NoAllocation, EveryCycleCall)
     long rows = 0;
     long count = allocationsDuring([&] {
         for (int cycle = 0; cycle < 20; ++cycle) {
-            OnKine(qdeg, pose);
-            OnJacob(qdeg, jac);
+            OnKine(qdeg, pose), OnJacob(qdeg, jac);
             OnInvKine(pose, qdeg, out7, &f1, &f2, &f3);
             OnInvKine_NSP(20, qdeg, out7, &f1, &f2, &f3);
             OnInvKineDir(pose, qdeg, dir, out7, &f1, &f2, &f3);
             OnInvKineRange(qdeg, bound, outside);
             OnInvKineRange_Cross67(qdeg + 5, bound);
-            FX_Kine_Pilot(&pilot, qdeg, pose);
-            FX_Jacb_Pilot(&pilot, jac);
+            FX_Kine_Pilot(&pilot, qdeg, pose), FX_Jacb_Pilot(&pilot, jac);
             FX_CheckPilotLimits(&lmt, qdeg, &verdict);
             rob.kin_cached = 0;
             FX_KINE(&rob, q, T);
@@ -125,13 +123,11 @@ TEST(NoAllocation, EveryCycleCall)
             FX_CALW(&ik, qdeg, flange, dqPos, dqNeg, &okPos, &okNeg);
             FX_CALWSpan2(&ik, 0.5, qdeg, flange, centre, dqPos, dqNeg, &okPos, &okNeg);
             FX_CALWSpan2_With_Config(&ik, 0.5, qdeg, flange, centre, dqPos, dqNeg, &okPos, &okNeg);
-            FX_Matrix42XYZABCDEG(flange, xyzabc);
-            FX_XYZABC2Matrix4DEG(xyzabc, pose);
+            FX_Matrix42XYZABCDEG(flange, xyzabc), FX_XYZABC2Matrix4DEG(xyzabc, pose);
             t8[cycle % 8] += 1;
             FXNSyncDTS_OnDT(&sync, t8, p8);
             FXNSyncDTS_OnDT_U(&sync, p8);
-            FXNSyncDTS_OnGetCurPVA(&sync, t8, p8, v8, a8);
-            FXNSyncDTS_OnGetCurPVA_U(&sync, p8, v8, a8);
+            FXNSyncDTS_OnGetCurPVA(&sync, t8, p8, v8, a8), FXNSyncDTS_OnGetCurPVA_U(&sync, p8, v8, a8);
             FXNSyncDTS_OnSetRunTimeLmt(&sync, lim, acc);
             FXAVGF_OnFilt(&filter, p8, p8);
             FXVDT_OnDT_B(&axis, cycle, p8);
