@@ -1,0 +1,67 @@
+// A robot that its host owns: the arm's own kinematics and dynamics in SI units, for
+// any mounting, from one description. It owns every record it computes with, touches
+// no global, allocates only while it is built, and two robots share nothing.
+#ifndef TOLVEX_ROBOT_ROBOT_H
+#define TOLVEX_ROBOT_ROBOT_H
+
+#include <string>
+
+#include "dynamics/FxChain.h"
+#include "dynamics/FxCoriolis.h"
+#include "robot/Error.h"
+#include "robot/RobotDescription.h"
+
+namespace tk {
+
+// A load rigidly held at the flange.
+struct Payload {
+    double mass = 0.0;      // kg
+    double com[3] = {};     // centre of mass in the flange frame, m
+    double inertia[6] = {}; // xx, xy, xz, yy, yz, zz about the centre of mass, flange axes, kg m^2
+};
+
+class Robot {
+public:
+    // Throws Error when checkDescription finds a fault.
+    explicit Robot(const RobotDescription& description);
+
+    int dof() const { return description_.dof; }
+    const RobotDescription& description() const { return description_; }
+    const Payload& payload() const { return payload_; }
+
+    // Per cycle: allocation-free, never throw. Joint arrays hold dof() values in
+    // the description's own convention (rad, rad/s, rad/s^2); poses are in the
+    // description's base frame (m); matrices are row-major.
+    void fk(const double* q, double pose[4][4]);
+    // Each joint's frame (0..dof-1), then the flange (dof), in the base frame.
+    void frames(const double* q, double frames[kMaxJoints + 1][4][4]);
+    // 6 x dof: rows 0-2 linear velocity of the flange origin (m/rad), rows 3-5 angular.
+    void jacobian(const double* q, double* J);
+    // M(q) qdd + C(q, qd) qd + g(q), N m, rotor inertia included, friction not.
+    void inverseDynamics(const double* q, const double* qd, const double* qdd, double* tau);
+    void gravityTorques(const double* q, double* tau);
+    void friction(const double* qd, double* tau) const;
+    void massMatrix(const double* q, double* M);                       // dof x dof
+    void coriolisMatrix(const double* q, const double* qd, double* C);  // dof x dof, C qd = Coriolis torque
+
+    // Set-up: rebuild the lumped parameters. Throw Error on a bad value.
+    void setPayload(const Payload& payload);
+    void setGravity(const double gravity[3]);
+
+private:
+    void build();
+    void chainAngles(const double* q, double* angles) const;
+
+    RobotDescription description_;
+    Payload payload_;
+    FX_Pilot kinematics_{};       // the description's own frames: fk, frames, Jacobian
+    FX_Pilot dynamics_{};         // base turned so gravity lies along its y axis, lumped parameters
+    double dynamicsBase_[4][4]{}; // the dynamics chain's base frame in the description's base frame
+    double gravityY_ = 0.0;       // gravity along that frame's y axis, m/s^2
+    FX_CM_DPART_BUF coriolisRuns_[7]{};
+    FX_CM_YTC_BUF coriolisTerms_{};
+};
+
+}  // namespace tk
+
+#endif
