@@ -40,4 +40,11 @@
 #include "interface/RobotIniRoute.h"
 #include "interface/TolvexKine.h"
 
+#include "robot/Error.h"
+#include "robot/Inertia.h"
+#include "robot/Robot.h"
+#include "robot/RobotC.h"
+#include "robot/RobotDescription.h"
+#include "robot/RobotIni.h"
+
 #endif

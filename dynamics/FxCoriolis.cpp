@@ -48,13 +48,18 @@ void FX_CMatInvDyn_B(FX_Pilot* p, double* q, double* qd, double* out, long k,
     runFrom(p, qd, static_cast<int>(k), &state, out);
 }
 
-// The single-joint runs into s_cdb_tmp and the pair runs into local states,
-// each run doing exactly the steps of FX_CMatInvDyn_A or _B; the runs of one
-// phase are stepped together link by link so that their recursions overlap.
 void FX_CalCmatDPT_Q(FX_Pilot* p, double* q, FX_CM_YTC_BUF* y)
 {
+    FX_CalCmatDPT_QWith(p, q, y, s_cdb_tmp);
+}
+
+// The single-joint runs into `single_runs` and the pair runs into local states,
+// each run doing exactly the steps of FX_CMatInvDyn_A or _B; the runs of one
+// phase are stepped together link by link so that their recursions overlap.
+void FX_CalCmatDPT_QWith(FX_Pilot* p, double* q, FX_CM_YTC_BUF* y, FX_CM_DPART_BUF single_runs[7])
+{
     NE_Prepare(p, q);
-    std::memset(s_cdb_tmp, 0, sizeof s_cdb_tmp);
+    std::memset(single_runs, 0, 7 * sizeof *single_runs);
     const int n = p->n;
     double zero[3] = {0.0, 0.0, 0.0};
     double unit[7][7] = {};
@@ -64,12 +69,12 @@ void FX_CalCmatDPT_Q(FX_Pilot* p, double* q, FX_CM_YTC_BUF* y)
     NE_InwardRun runs[21];
     for (int i = 0; i < n; ++i)
         for (int j = 0; j <= i && j < 7; ++j) {
-            FX_CM_DPART_BUF& s = s_cdb_tmp[j];
+            FX_CM_DPART_BUF& s = single_runs[j];
             const bool first = i == j;
             NE_OutwardStep(p, i, unit[j][i], 0.0, first ? zero : s.w[i - 1], first ? zero : s.wd[i - 1],
                            first ? zero : s.vd[i - 1], s.w[i], s.wd[i], s.vd[i], s.F[i], s.N[i]);
         }
-    for (int j = 0; j < 7; ++j) runs[j] = NE_InwardRun{s_cdb_tmp[j].F, s_cdb_tmp[j].N, single[j], 0, {}, {}};
+    for (int j = 0; j < 7; ++j) runs[j] = NE_InwardRun{single_runs[j].F, single_runs[j].N, single[j], 0, {}, {}};
     NE_InwardRuns(p, runs, 7);
     for (int j = 0; j < 7; ++j)
         for (int i = 0; i < 7; ++i) y->square[i][j] = single[j][i];
@@ -84,7 +89,7 @@ void FX_CalCmatDPT_Q(FX_Pilot* p, double* q, FX_CM_YTC_BUF* y)
     for (int j = 0; j < 7; ++j)
         for (int k = j + 1; k < 7; ++k) {
             PairState& st = pairs[count];
-            const FX_CM_DPART_BUF& s = s_cdb_tmp[j];
+            const FX_CM_DPART_BUF& s = single_runs[j];
             for (int i = 0; i < k && i < n; ++i)
                 for (int c = 0; c < 3; ++c) st.F[i][c] = s.F[i][c], st.N[i][c] = s.N[i][c];
             first_of[count] = j, second_of[count] = k, ++count;
@@ -94,7 +99,7 @@ void FX_CalCmatDPT_Q(FX_Pilot* p, double* q, FX_CM_YTC_BUF* y)
             const int j = first_of[r], k = second_of[r];
             if (i < k) continue;
             PairState& st = pairs[r];
-            const FX_CM_DPART_BUF& s = s_cdb_tmp[j];
+            const FX_CM_DPART_BUF& s = single_runs[j];
             const bool first = i == k;
             NE_OutwardStep(p, i, unit[j][i] + unit[k][i], 0.0, first ? s.w[k - 1] : st.w[i - 1],
                            first ? s.wd[k - 1] : st.wd[i - 1], first ? s.vd[k - 1] : st.vd[i - 1], st.w[i],

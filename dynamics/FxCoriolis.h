@@ -36,6 +36,9 @@ void FX_CMatInvDyn_B(FX_Pilot* p, double* q, double* qd, double* out, long k,
 // Fills square and mixed for the cached posture (q read only while
 // p->kin_cached is 0); overwrites s_cdb_tmp.
 void FX_CalCmatDPT_Q(FX_Pilot* p, double* q, FX_CM_YTC_BUF* y);
+// FX_CalCmatDPT_Q with the single-joint runs kept in the caller's seven buffers
+// instead of s_cdb_tmp, so that callers with their own buffers may run in parallel.
+void FX_CalCmatDPT_QWith(FX_Pilot* p, double* q, FX_CM_YTC_BUF* y, FX_CM_DPART_BUF single_runs[7]);
 // C with C*qd the velocity-product torques; D and S are 7x7 work matrices.
 void FX_CalCmat_DPT_QD(FX_CM_YTC_BUF* y, double* qd, double D[7][7], double S[7][7],
                        double C[7][7]);

@@ -50,14 +50,16 @@ public:
 
 private:
     void build();
-    void chainAngles(const double* q, double* angles) const;
+    // Chain angles of the kinematics (kinematics_ = true) or of the dynamics chain.
+    void kinematicAngles(const double* q, double* angles) const;
+    void dynamicAngles(const double* q, double* angles);
 
     RobotDescription description_;
     Payload payload_;
-    FX_Pilot kinematics_{};       // the description's own frames: fk, frames, Jacobian
-    FX_Pilot dynamics_{};         // base turned so gravity lies along its y axis, lumped parameters
-    double dynamicsBase_[4][4]{}; // the dynamics chain's base frame in the description's base frame
-    double gravityY_ = 0.0;       // gravity along that frame's y axis, m/s^2
+    FX_Pilot kinematics_{};           // the description's own frames: fk, frames, Jacobian
+    FX_Pilot dynamics_{};             // based where gravity lies along y; regrouped parameters
+    double dynamicsTheta_[kMaxJoints]{};  // zero offsets of the dynamics chain, rad
+    double gravity_[3]{};             // what the dynamics chain is given: (0, gravity along y, 0)
     FX_CM_DPART_BUF coriolisRuns_[7]{};
     FX_CM_YTC_BUF coriolisTerms_{};
 };

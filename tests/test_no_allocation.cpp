@@ -90,8 +90,13 @@ TEST(NoAllocation, EveryCycleCall)
     unsigned char f1, f2, f3, flags[8], okPos, okNeg;
     bool outside[7] = {};
     long rows = 0;
+    tk::Robot robot(tk::readRobotIni(TOLVEX_EXAMPLES_DIR "/robot.ini"));
+    double robotJ[42], robotM[49], robotC[49];
     long count = allocationsDuring([&] {
         for (int cycle = 0; cycle < 20; ++cycle) {
+            robot.fk(q, pose), robot.jacobian(q, robotJ);
+            robot.inverseDynamics(q, qd, qdd, tau), robot.gravityTorques(q, tau), robot.friction(qd, tau);
+            robot.massMatrix(q, robotM), robot.coriolisMatrix(q, qd, robotC);
             OnKine(qdeg, pose), OnJacob(qdeg, jac);
             OnInvKine(pose, qdeg, out7, &f1, &f2, &f3);
             OnInvKine_NSP(20, qdeg, out7, &f1, &f2, &f3);
