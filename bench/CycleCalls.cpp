@@ -15,6 +15,8 @@ double g_qdd[7] = {1, 0.3, -1, 0.5, -0.2, 0.4, 2};
 double g_gravity[3] = {0, 9.81, 0};
 double g_wrench[6] = {1, -2, 3, 0.1, 0.2, -0.3};
 
+tk::Robot *g_robot;
+
 namespace {
 
 bool loadQuietly()
@@ -70,6 +72,18 @@ void coriolisPosture()
     FX_CalCmatDPT_Q(&rob, g_q, &g_ytc);
 }
 void coriolisVelocity() { FX_CalCmat_DPT_QD(&g_ytc, g_qd, g_D, g_S, g_C); }
+
+// The robot object on robot.ini's own dynamics, and the bare chain call it makes.
+FX_Pilot g_regrouped;
+double g_regrouped_gravity[3], g_angles[7];
+void robotInverseDynamics() { g_robot->inverseDynamics(g_q, g_qd, g_qdd, g_tau); }
+void regroupedInvDyn()
+{
+    g_regrouped.kin_cached = 0;
+    FX_InvDyn(&g_regrouped, g_angles, g_qd, g_qdd, g_regrouped_gravity, g_wrench, g_tau);
+}
+void robotMassMatrix() { g_robot->massMatrix(g_q, &g_M[0][0]); }
+void robotCoriolisMatrix() { g_robot->coriolisMatrix(g_q, g_qd, &g_C[0][0]); }
 // The locked-joint solvers get the flange pose of g_joints_deg.
 void ikLock7() { FX_IKLock7(&ik, g_joints_deg[6], g_flange, &g_count, g_sol); }
 void ikRef7() { FX_IKRef7(&ik, g_joints_deg[6], g_joints_deg, g_flange, g_row); }
@@ -113,6 +127,10 @@ bool loadExampleModels()
         FX_RemoveTool(&rob);
         OnKine(&ik, g_joints_deg, g_flange);
         coriolisPosture();
+        g_robot = new tk::Robot(tk::readRobotIni(TOLVEX_EXAMPLES_DIR "/robot.ini"));
+        g_regrouped = g_robot->dynamicsChain();
+        g_regrouped_gravity[1] = g_robot->dynamicsGravityY();
+        for (int i = 0; i < 7; ++i) g_angles[i] = g_q[i] + g_regrouped.links[i].theta;
         return true;
     }();
     return loaded;
@@ -130,6 +148,10 @@ const CycleCall kCycleCalls[] = {
     {"FX_IKLock7", ikLock7},
     {"FX_IKRef7", ikRef7},
     {"FXNSyncDTS_OnDT", syncProfile},
+    {"Robot::inverseDynamics", robotInverseDynamics},
+    {"FX_InvDyn (robot's chain)", regroupedInvDyn},
+    {"Robot::massMatrix", robotMassMatrix},
+    {"Robot::coriolisMatrix", robotCoriolisMatrix},
 };
 const int kCycleCallCount = sizeof kCycleCalls / sizeof kCycleCalls[0];
 

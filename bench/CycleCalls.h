@@ -21,6 +21,9 @@ bool loadExampleModels();
 extern double g_joints_deg[7];
 extern double g_q[7], g_qd[7], g_qdd[7], g_gravity[3], g_wrench[6];
 
+// The robot object built from robot.ini, with the file's own link dynamics.
+extern tk::Robot *g_robot;
+
 extern const CycleCall kCycleCalls[];
 extern const int kCycleCallCount;
 const CycleCall *findCycleCall(const char *name);

@@ -69,6 +69,38 @@ KDL::Chain linkChain(FX_Pilot *p)
     return chain;
 }
 
+// The robot's own description: real link masses, centres of mass and inertias,
+// rotor inertias as joint inertias, the Theta offsets as joint offsets, gravity as
+// the file gives it. Segment i's tip is joint frame i followed by the next joint's
+// fixed part (or the flange), so each link's body is moved into that tip frame.
+KDL::Chain physicalChain(const tk::RobotDescription &d)
+{
+    auto fixedPart = [&](int i) {
+        return KDL::Frame(KDL::Rotation::RotX(d.joint[i].alpha)) * KDL::Frame(KDL::Vector(d.joint[i].a, 0, 0));
+    };
+    KDL::Chain chain;
+    chain.addSegment(KDL::Segment(KDL::Joint(KDL::Joint::None), toFrame(d.base, 1.0) * fixedPart(0)));
+    for (int i = 0; i < d.dof; ++i) {
+        const KDL::Frame next = i + 1 < d.dof ? fixedPart(i + 1) : toFrame(d.flange, 1.0);
+        const tk::LinkInertial &b = d.link[i];
+        const KDL::Frame back = next.Inverse();
+        const KDL::Vector com = back * KDL::Vector(b.com[0], b.com[1], b.com[2]);
+        const double *I = b.inertia;
+        const double link[3][3] = {{I[0], I[1], I[2]}, {I[1], I[3], I[4]}, {I[2], I[4], I[5]}};
+        double tip[3][3] = {};
+        for (int r = 0; r < 3; ++r)
+            for (int c = 0; c < 3; ++c)
+                for (int k = 0; k < 3; ++k)
+                    for (int l = 0; l < 3; ++l) tip[r][c] += next.M(k, r) * link[k][l] * next.M(l, c);
+        chain.addSegment(KDL::Segment(
+            KDL::Joint(KDL::Joint::RotZ, 1.0, d.joint[i].theta, b.rotor_inertia),
+            KDL::Frame(KDL::Vector(0, 0, d.joint[i].d)) * next,
+            KDL::RigidBodyInertia(b.mass, com,
+                                  KDL::RotationalInertia(tip[0][0], tip[1][1], tip[2][2], tip[0][1], tip[0][2], tip[1][2]))));
+    }
+    return chain;
+}
+
 // The peer's rigid bodies cannot hold a first moment without a mass (whose
 // m*a our lumped model leaves out), so the cross-checked and timed chain is
 // robot.ini's arm without first moments, tool or rotor inertia.
@@ -78,10 +110,10 @@ KDL::ChainFkSolverPos_recursive *g_pilot_fk;
 KDL::ChainJntToJacSolver *g_pilot_jac;
 KDL::ChainFkSolverPos_recursive *g_link_fk;
 KDL::ChainJntToJacSolver *g_link_jac;
-KDL::ChainIdSolver_RNE *g_rne;
-KDL::ChainDynParam *g_dyn;
+KDL::ChainIdSolver_RNE *g_rne, *g_physical_rne;
+KDL::ChainDynParam *g_dyn, *g_physical_dyn;
 KDL::JntArray g_kq(7), g_kqd(7), g_kqdd(7), g_ktau(7), g_kq_pilot(7), g_kcoriolis(7);
-KDL::Wrenches g_kfext(8);
+KDL::Wrenches g_kfext(8), g_knoforce(8);
 KDL::Frame g_kframe;
 KDL::Jacobian g_kjac(7);
 KDL::JntSpaceInertiaMatrix g_kmass(7);
@@ -109,6 +141,8 @@ void linkFkJac()
     g_link_jac->JntToJac(g_kq, g_kjac);
 }
 void rne() { g_rne->CartToJnt(g_kq, g_kqd, g_kqdd, g_kfext, g_ktau); }
+void physicalRne() { g_physical_rne->CartToJnt(g_kq, g_kqd, g_kqdd, g_knoforce, g_ktau); }
+void physicalMass() { g_physical_dyn->JntToMass(g_kq, g_kmass); }
 void mass() { g_dyn->JntToMass(g_kq, g_kmass); }
 void coriolis() { g_dyn->JntToCoriolis(g_kq, g_kqd, g_kcoriolis); }
 
@@ -142,13 +176,19 @@ void buildKdlPeer()
     const KDL::Vector gravity(0, g_gravity[1], 0);
     g_rne = new KDL::ChainIdSolver_RNE(g_link_chain, gravity);
     g_dyn = new KDL::ChainDynParam(g_link_chain, gravity);
+    const tk::RobotDescription &d = g_robot->description();
+    const KDL::Vector physical_gravity(d.gravity[0], d.gravity[1], d.gravity[2]);
+    static KDL::Chain physical = physicalChain(d);
+    g_physical_rne = new KDL::ChainIdSolver_RNE(physical, physical_gravity);
+    g_physical_dyn = new KDL::ChainDynParam(physical, physical_gravity);
     setPeerInputs(g_joints_deg, g_q, g_qd, g_qdd);
 }
 
 bool crossCheckKdl()
 {
     Worst fk{"Pilot FK"}, jac{"Pilot Jacobian"}, chain_fk{"chain FK"}, chain_jac{"chain Jacobian"},
-        tau{"RNE torques"}, mass_matrix{"mass matrix"}, cor{"Coriolis torques"};
+        tau{"RNE torques"}, mass_matrix{"mass matrix"}, cor{"Coriolis torques"},
+        robot_tau{"robot torques"}, robot_mass{"robot mass matrix"}, robot_cor{"robot Coriolis"};
     std::mt19937_64 rng(7);
     auto uni = [&](double lo, double hi) { return lo + (hi - lo) * double(rng() >> 11) * 0x1p-53; };
     double q_deg[7], q[7], qd[7], qdd[7], pose[4][4], J[6][7], tq[7], e[7] = {}, M[7][7];
@@ -191,12 +231,25 @@ bool crossCheckKdl()
             for (int j = 0; j < 7; ++j) mass_matrix.see(M[i][j], g_kmass(i, j)), cqd += C[i][j] * qd[j];
             cor.see(cqd, g_kcoriolis(i));
         }
+        // The robot object on the file's real masses and first moments.
+        g_robot->inverseDynamics(q, qd, qdd, tq);
+        physicalRne();
+        for (int i = 0; i < 7; ++i) robot_tau.see(tq[i], g_ktau(i));
+        g_robot->massMatrix(q, &M[0][0]);
+        physicalMass();
+        g_robot->coriolisMatrix(q, qd, &C[0][0]);
+        g_physical_dyn->JntToCoriolis(g_kq, g_kqd, g_kcoriolis);
+        for (int i = 0; i < 7; ++i) {
+            double cqd = 0;
+            for (int j = 0; j < 7; ++j) robot_mass.see(M[i][j], g_kmass(i, j)), cqd += C[i][j] * qd[j];
+            robot_cor.see(cqd, g_kcoriolis(i));
+        }
     }
     setPeerInputs(g_joints_deg, g_q, g_qd, g_qdd);
     bool ok = true;
     std::printf("Cross-check against the peer, 200 random postures (largest "
                 "difference, relative above 1):\n");
-    for (const Worst &w : {fk, jac, chain_fk, chain_jac, tau, mass_matrix, cor}) {
+    for (const Worst &w : {fk, jac, chain_fk, chain_jac, tau, mass_matrix, cor, robot_tau, robot_mass, robot_cor}) {
         std::printf("  %-18s %.3g%s\n", w.what, w.diff, w.diff <= 1e-12 ? "" : "  MISMATCH");
         ok = ok && w.diff <= 1e-12;
     }
@@ -211,6 +264,8 @@ const PeerCall kPeerCalls[] = {
     {"FX_InvDyn", "ChainIdSolver_RNE", rne, 0.40},
     {"FX_CalMmat", "ChainDynParam::JntToMass", mass, 0.60},
     {"FX_CalCmatDPT_Q", "ChainDynParam::JntToCoriolis", coriolis, 3.0},
+    {"Robot::inverseDynamics", "ChainIdSolver_RNE (real masses)", physicalRne, 0.45},
+    {"Robot::massMatrix", "ChainDynParam::JntToMass (real masses)", physicalMass, 0.65},
 };
 const int kPeerCallCount = sizeof kPeerCalls / sizeof kPeerCalls[0];
 

@@ -63,6 +63,29 @@ struct AbsoluteGoal {
 const AbsoluteGoal kAbsoluteGoals[] = {
     {"FX_CalCmat_DPT_QD", 150}, {"FX_IKLock7", 1000}, {"FX_IKRef7", 1200}, {"FXNSyncDTS_OnDT", 300}};
 
+// What the robot object adds around the chain call it makes.
+struct Overhead {
+    const char *object, *bare;
+    double goal;  // largest acceptable ratio object / bare
+};
+const Overhead kOverheads[] = {{"Robot::inverseDynamics", "FX_InvDyn (robot's chain)", 1.10}};
+
+void overheads(int rounds)
+{
+    std::printf("\n| robot object | bare chain call | ratio | goal |\n|---|---|---|---|\n");
+    for (const Overhead &o : kOverheads) {
+        void (*object)() = bench::findCycleCall(o.object)->run, (*bare)() = bench::findCycleCall(o.bare)->run;
+        const long batch_object = batchFor(object), batch_bare = batchFor(bare);
+        std::vector<double> ratio;
+        for (int round = 0; round < rounds; ++round) {
+            const double a = nsPerCall(object, batch_object), b = nsPerCall(bare, batch_bare);
+            ratio.push_back(a / b);
+        }
+        const double r = median(ratio);
+        std::printf("| `%s` | `%s` | %.2f | <= %.2f%s |\n", o.object, o.bare, r, o.goal, r <= o.goal ? "" : " MISSED");
+    }
+}
+
 int ratios(int rounds)
 {
 #ifdef TOLVEX_HAVE_KDL
@@ -118,6 +141,7 @@ int ratios(int rounds)
                     m <= g.goal_ns ? "" : " MISSED");
 #endif
     }
+    overheads(rounds);
     return 0;
 }
 

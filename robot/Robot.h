@@ -44,6 +44,12 @@ public:
     void massMatrix(const double* q, double* M);                       // dof x dof
     void coriolisMatrix(const double* q, const double* qd, double* C);  // dof x dof, C qd = Coriolis torque
 
+    // The chain the dynamics run on, for hosts that call the chain routines themselves:
+    // based where gravity lies along its y axis (gravity (0, dynamicsGravityY(), 0)),
+    // regrouped parameters, joint i's angle q[i] + links[i].theta.
+    const FX_Pilot& dynamicsChain() const { return dynamics_; }
+    double dynamicsGravityY() const { return gravity_[1]; }
+
     // Set-up: rebuild the lumped parameters. Throw Error on a bad value.
     void setPayload(const Payload& payload);
     void setGravity(const double gravity[3]);
