@@ -8,7 +8,7 @@
 namespace tkpy {
 
 void bindPilotArm(pybind11::module_& m);  // the numeric model file: Pilot arm, poses
-void bindRobot(pybind11::module_& m);     // robot.ini: link chain, dynamics, locked-joint IK
+void bindRobot(pybind11::module_& m);     // the robot object: SI kinematics and dynamics
 void bindMotion(pybind11::module_& m);    // profiles and the moving-average filter
 
 }  // namespace tkpy

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "robot/Robot.h"
 #include "tools/Cli.h"
 
 // Numeric model file route (Pilot arm): joints in degrees, poses in mm.
@@ -60,10 +61,11 @@ bool reportArmAngles(Report& report, double ref[7], double target[6],
 void reportChainLinks(Report& report);
 // Chain flange pose for joints in degrees (converted to radians for FX_KINE).
 void reportChainFk(Report& report, double qDeg[7]);
-// Joint torques of the chain (with the illustrative link dynamics) per posture
-// at rest: the gravity torques.
-void reportGravityTorques(Report& report, const std::vector<std::vector<double>>& postures,
-                          double g[3]);
+// The robot's link masses, centres of mass, inertias and friction.
+void reportLinkDynamics(Report& report, const tk::Robot& robot);
+// The robot's gravity torques per posture (degrees), for the mounting named.
+void reportGravityTorques(Report& report, tk::Robot& robot, const std::vector<std::vector<double>>& postures,
+                          const std::string& mounting);
 // Locked-joint solutions for each held joint-7 value (degrees): with `listAll`
 // every row of FX_IKLock7, and with a reference (ref not null) the row FX_IKRef7
 // selects. False when a value cannot be solved.

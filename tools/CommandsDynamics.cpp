@@ -1,68 +1,70 @@
-// The dyn command: torques, mass matrix and Coriolis matrix of the robot.ini
-// chain, with illustrative link dynamics.
-#include "dynamics/FxCoriolis.h"
-#include "dynamics/FxInvDyn.h"
-#include "dynamics/FxMassMatrix.h"
-#include "interface/Globals.h"
+// The dyn command: the robot's own dynamics from its description (link masses,
+// centres of mass, inertias, rotor inertias, friction, gravity as the file gives it).
+#include <cmath>
+
 #include "tools/Commands.h"
 #include "tools/Models.h"
 #include "tools/Tables.h"
 
 namespace {
 
-// Torques of the chain at one state (degrees and deg/s, deg/s^2 in), with the
-// transforms recomputed for this posture.
-void chainTorques(double qDeg[7], double qdDeg[7], double qddDeg[7], double g[3], double tau[7])
+Table squareMatrixTable(const std::string& title, const double* m, int n, int decimals)
 {
-    double q[7], qd[7], qdd[7], wrench[6] = {0, 0, 0, 0, 0, 0};
-    degreesToRadians(qDeg, q, 7);
-    degreesToRadians(qdDeg, qd, 7);
-    degreesToRadians(qddDeg, qdd, 7);
-    rob.kin_cached = 0;  // the dynamics keep the first posture they see unless told otherwise
-    FX_InvDyn(&rob, q, qd, qdd, g, wrench, tau);
-}
-
-void noteGravity(Report& report, double g[3])
-{
-    report.note("Gravity acts along base y only in this library: base acceleration (0, -gy, 0) with gy = " +
-                formatNumber(g[1], 3) + " m/s^2" +
-                (g[0] != 0.0 || g[2] != 0.0 ? "; the given gx and gz are ignored." : "."));
-}
-
-void noteIllustrativeDynamics(Report& report)
-{
-    report.note("robot.ini gives the library no link dynamics: the tool sets the illustrative link "
-                "parameters below with FX_SetLink, regrouped as the library's dynamics take them "
-                "(each link's mass folded into the first moments and inertias of the links before it).");
-}
-
-Table squareMatrixTable(const std::string& title, double m[7][7], int decimals)
-{
-    Table table{title, columns({"row"}, {"c1", "c2", "c3", "c4", "c5", "c6", "c7"}), {}};
-    for (int r = 0; r < 7; ++r) {
+    std::vector<std::string> heads;
+    for (int c = 0; c < n; ++c) heads.push_back("c" + std::to_string(c + 1));
+    Table table{title, columns({"row"}, heads), {}};
+    for (int r = 0; r < n; ++r) {
         std::vector<Cell> row{word(std::to_string(r + 1))};
-        appendNumbers(row, m[r], 7, decimals);
+        appendNumbers(row, m + r * n, n, decimals);
         table.addRow(row);
     }
     return table;
 }
 
+std::string gravityText(const double g[3])
+{
+    return "(" + formatNumber(g[0], 3) + ", " + formatNumber(g[1], 3) + ", " + formatNumber(g[2], 3) + ") m/s^2";
+}
+
+// Joint values in degrees (per second, per second squared) from the command line, in radians.
+std::vector<double> radiansOf(const std::vector<double>& degrees, int n)
+{
+    std::vector<double> rad(n, 0.0);
+    degreesToRadians(degrees.data(), rad.data(), n);
+    return rad;
+}
+
 }  // namespace
 
-void reportGravityTorques(Report& report, const std::vector<std::vector<double>>& postures,
-                          double g[3])
+void reportLinkDynamics(Report& report, const tk::Robot& robot)
 {
-    Table table{"Gravity torques at rest (FX_InvDyn)", columns({"posture"}, jointColumns("N*m")), {}};
-    double zero[7] = {0, 0, 0, 0, 0, 0, 0};
+    Table params{"Link dynamics (centre of mass in the joint frame, inertia about it)",
+                 {"link", "mass [kg]", "cx [m]", "cy [m]", "cz [m]", "Ixx [kg*m^2]", "Iyy [kg*m^2]",
+                  "Izz [kg*m^2]", "rotor [kg*m^2]", "Coulomb [N*m]", "viscous [N*m*s/rad]"},
+                 {}};
+    for (int i = 0; i < robot.dof(); ++i) {
+        const tk::LinkInertial& b = robot.description().link[i];
+        const tk::JointFriction& f = robot.description().friction[i];
+        params.addRow({word(std::to_string(i + 1)), num(b.mass, 3), num(b.com[0], 3), num(b.com[1], 3),
+                       num(b.com[2], 3), num(b.inertia[0], 4), num(b.inertia[3], 4), num(b.inertia[5], 4),
+                       num(b.rotor_inertia, 3), num(f.coulomb, 3), num(f.viscous, 3)});
+    }
+    report.add(params);
+}
+
+void reportGravityTorques(Report& report, tk::Robot& robot, const std::vector<std::vector<double>>& postures,
+                          const std::string& mounting)
+{
+    const int n = robot.dof();
+    Table table{"Gravity torques, " + mounting + ", gravity " + gravityText(robot.description().gravity),
+                columns({"posture [deg]"}, jointColumns("N*m", n)), {}};
     for (const auto& posture : postures) {
-        double q[7], tau[7];
-        copyValues(posture, q, 7);
-        chainTorques(q, zero, zero, g, tau);
+        std::vector<double> q = radiansOf(posture, n), tau(n);
+        robot.gravityTorques(q.data(), tau.data());
         std::string name;
-        for (int i = 0; i < 7; ++i)
-            name += (i ? " " : "") + formatNumber(q[i], 0);
+        for (int i = 0; i < n; ++i) name += (i ? " " : "") + formatNumber(posture[i], 0);
         std::vector<Cell> row{word("(" + name + ")")};
-        appendNumbers(row, tau, 7);
+        appendNumbers(row, tau.data(), n);
         table.addRow(row);
     }
     report.add(table);
@@ -70,66 +72,46 @@ void reportGravityTorques(Report& report, const std::vector<std::vector<double>>
 
 int runDyn(const ParsedArgs& args)
 {
-    loadRobot(args.textOr("--robot", ""));
-    requireSevenLinks("dyn");
-    applyIllustrativeDynamics(&rob);
-    double q[7], qd[7], qdd[7];
-    std::vector<double> rest(7, 0.0);
-    copyValues(args.numbers.at("--q"), q, 7);
-    copyValues(args.numbersOr("--qd", rest), qd, 7);
-    copyValues(args.numbersOr("--qdd", rest), qdd, 7);
-    std::vector<double> gv = args.numbersOr("--g", {0.0, -9.81, 0.0});
-    double g[3] = {gv[0], gv[1], gv[2]};
-
-    double tau[7], gravity[7], inertial[7], velocity[7];
-    chainTorques(q, qd, qdd, g, tau);
-    chainTorques(q, rest.data(), rest.data(), g, gravity);
-
-    double qRad[7], qdRad[7], qddRad[7], e[7] = {0, 0, 0, 0, 0, 0, 0};
-    degreesToRadians(q, qRad, 7);
-    degreesToRadians(qd, qdRad, 7);
-    degreesToRadians(qdd, qddRad, 7);
-    double M[7][7], D[7][7], S[7][7], C[7][7];
-    FX_CM_YTC_BUF coefficients;
-    rob.kin_cached = 0;
-    FX_CalMmat(&rob, qRad, e, M);
-    FX_CalCmatDPT_Q(&rob, qRad, &coefficients);
-    FX_CalCmat_DPT_QD(&coefficients, qdRad, D, S, C);
-    for (int i = 0; i < 7; ++i) {
-        inertial[i] = 0.0;
-        velocity[i] = 0.0;
-        for (int j = 0; j < 7; ++j) {
-            inertial[i] += M[i][j] * qddRad[j];
-            velocity[i] += C[i][j] * qdRad[j];
-        }
+    tk::Robot robot = loadProductRobot(args.textOr("--robot", ""));
+    const int n = robot.dof();
+    const std::vector<double> rest(n, 0.0);
+    const std::vector<double> qDeg = args.numbersOr("--q", rest), qdDeg = args.numbersOr("--qd", rest),
+                              qddDeg = args.numbersOr("--qdd", rest);
+    for (const auto* values : {&qDeg, &qdDeg, &qddDeg})
+        if (static_cast<int>(values->size()) != n)
+            throw UsageError("dyn: --q, --qd and --qdd take " + std::to_string(n) + " numbers, one per joint");
+    if (args.has("--g")) {
+        const std::vector<double> g = args.numbers.at("--g");
+        robot.setGravity(g.data());
     }
+    const std::vector<double> q = radiansOf(qDeg, n), qd = radiansOf(qdDeg, n), qdd = radiansOf(qddDeg, n);
+    std::vector<double> tau(n), gravity(n), friction(n), inertial(n, 0.0), velocity(n, 0.0), M(n * n), C(n * n);
+    robot.inverseDynamics(q.data(), qd.data(), qdd.data(), tau.data());
+    robot.gravityTorques(q.data(), gravity.data());
+    robot.friction(qd.data(), friction.data());
+    robot.massMatrix(q.data(), M.data());
+    robot.coriolisMatrix(q.data(), qd.data(), C.data());
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j < n; ++j) {
+            inertial[i] += M[i * n + j] * qdd[j];
+            velocity[i] += C[i * n + j] * qd[j];
+        }
 
     Report report(formatOf(args));
-    noteIllustrativeDynamics(report);
-    Table params{"Illustrative link parameters (physical; inertia about the centre of mass)",
-                 {"link", "mass [kg]", "cx [m]", "cy [m]", "cz [m]", "Ixx [kg*m^2]", "Iyy [kg*m^2]",
-                  "Izz [kg*m^2]", "rotor [kg*m^2]"},
-                 {}};
-    for (int i = 0; i < 7; ++i) {
-        LinkDynamics link = illustrativeDynamics(i);
-        params.addRow({word("L" + std::to_string(i)), num(link.mass, 2), num(link.centre[0], 3),
-                       num(link.centre[1], 3), num(link.centre[2], 3), num(link.inertia[0], 3),
-                       num(link.inertia[3], 3), num(link.inertia[5], 3), num(link.rotor_inertia, 3)});
-    }
-    report.add(params);
-    noteGravity(report, g);
+    reportLinkDynamics(report, robot);
+    report.note("Gravity " + gravityText(robot.description().gravity) + " in the robot's base frame.");
     Table torques{"Joint torques",
-                  {"joint", "q [deg]", "qd [deg/s]", "qdd [deg/s^2]", "tau [N*m]", "gravity [N*m]",
-                   "M*qdd [N*m]", "C*qd [N*m]"},
+                  {"joint", "q [deg]", "qd [deg/s]", "qdd [deg/s^2]", "tau [N*m]", "gravity [N*m]", "M*qdd [N*m]",
+                   "C*qd [N*m]", "friction [N*m]"},
                   {}};
-    for (int i = 0; i < 7; ++i)
-        torques.addRow({word(std::to_string(i + 1)), num(q[i], 2), num(qd[i], 2), num(qdd[i], 2),
-                        num(tau[i], 4), num(gravity[i], 4), num(inertial[i], 4), num(velocity[i], 4)});
+    for (int i = 0; i < n; ++i)
+        torques.addRow({word(std::to_string(i + 1)), num(qDeg[i], 2), num(qdDeg[i], 2), num(qddDeg[i], 2),
+                        num(tau[i], 4), num(gravity[i], 4), num(inertial[i], 4), num(velocity[i], 4),
+                        num(friction[i], 4)});
     report.add(torques);
-    report.note("tau (FX_InvDyn) = gravity + M*qdd + C*qd, except that the mass matrix also holds the "
-                "rotor inertias on its diagonal and FX_InvDyn does not.");
-    report.add(squareMatrixTable("Mass matrix M (FX_CalMmat) [kg*m^2]", M, 4));
-    report.add(squareMatrixTable("Coriolis matrix C (FX_CalCmatDPT_Q + FX_CalCmat_DPT_QD) [N*m*s/rad]", C, 4));
+    report.note("tau = gravity + M*qdd + C*qd (rotor inertias included); a motor also supplies the friction.");
+    report.add(squareMatrixTable("Mass matrix M [kg*m^2]", M.data(), n, 4));
+    report.add(squareMatrixTable("Coriolis matrix C [N*m*s/rad]", C.data(), n, 4));
     report.print(stdout);
     return 0;
 }

@@ -136,12 +136,16 @@ void chainSections(Report& report)
 void dynamicsSections(Report& report)
 {
     report.heading("8. Gravity torques");
-    report.note("Inverse dynamics at rest with illustrative link masses (robot.ini carries none the library");
-    report.note("loads). Gravity acts along base y only in this library (here gy = -9.81 m/s^2), across the");
-    report.note("arm that stands along base z at the zero pose.");
-    applyIllustrativeDynamics(&rob);
-    double g[3] = {0.0, -9.81, 0.0};
-    reportGravityTorques(report, {{0, 0, 0, 0, 0, 0, 0}, kInside}, g);
+    report.note("The robot object carries the arm's own dynamics: robot.ini's link masses, centres of mass and");
+    report.note("inertias, folded exactly into the chain's parameters. The same arm upright, on a wall and hanging:");
+    tk::Robot robot = loadProductRobot("");
+    const std::vector<std::vector<double>> postures{{0, 0, 0, 0, 0, 0, 0}, {kInside.begin(), kInside.end()}};
+    const double wall[3] = {9.81, 0, 0}, hanging[3] = {0, 0, 9.81};
+    reportGravityTorques(report, robot, postures, "upright");
+    robot.setGravity(wall);
+    reportGravityTorques(report, robot, postures, "on a wall");
+    robot.setGravity(hanging);
+    reportGravityTorques(report, robot, postures, "hanging");
 
     report.heading("9. Locked-joint inverse kinematics");
     report.note("The chain flange pose of section 7 solved with joint 7 held at three values: FX_IKLock7 gives");

@@ -13,6 +13,7 @@
 #include "interface/ModelFile.h"
 #include "interface/RobotIniRoute.h"
 #include "tools/Cli.h"
+#include "robot/RobotIni.h"
 #include "tools/EmbeddedExamples.h"
 
 std::string captureStdout(const std::function<void()>& action)
@@ -161,6 +162,24 @@ void loadModelText(std::vector<char> text, const std::string& name)
     m_Init_tag = 1;
 }
 
+// The loaders need a path: the bundled robot.ini in a private temporary file,
+// which the caller removes.
+std::string bundledRobotFile()
+{
+    const char* dir = std::getenv("TMPDIR");
+    std::string file = std::string(dir && *dir ? dir : "/tmp") + "/tolvex-kine-robot.XXXXXX";
+    int fd = mkstemp(&file[0]);
+    if (fd < 0)
+        throw Failure(std::string("cannot create a temporary robot.ini: ") + std::strerror(errno));
+    bool written = write(fd, kBundledRobot.data, kBundledRobot.size) == static_cast<ssize_t>(kBundledRobot.size);
+    close(fd);
+    if (!written) {
+        unlink(file.c_str());
+        throw Failure("cannot write a temporary robot.ini");
+    }
+    return file;
+}
+
 }  // namespace
 
 void loadModel(const std::string& path)
@@ -175,22 +194,7 @@ void loadModel(const EmbeddedFile& bundled)
 
 std::string loadRobotIni(const std::string& path, bool* ok)
 {
-    std::string file = path;
-    if (path.empty()) {
-        // The loader needs a path: write the bundled text to a private temporary file.
-        const char* dir = std::getenv("TMPDIR");
-        file = std::string(dir && *dir ? dir : "/tmp") + "/tolvex-kine-robot.XXXXXX";
-        int fd = mkstemp(&file[0]);
-        if (fd < 0)
-            throw Failure(std::string("cannot create a temporary robot.ini: ") + std::strerror(errno));
-        bool written = write(fd, kBundledRobot.data, kBundledRobot.size) ==
-                       static_cast<ssize_t>(kBundledRobot.size);
-        close(fd);
-        if (!written) {
-            unlink(file.c_str());
-            throw Failure("cannot write a temporary robot.ini");
-        }
-    }
+    const std::string file = path.empty() ? bundledRobotFile() : path;
     int result = 0;
     std::string lines = captureStdout([&] { result = OnInitKine(file.c_str()); });
     if (path.empty())
@@ -221,78 +225,19 @@ void requireSevenLinks(const std::string& command)
                       " links in arm 0, 7 needed");
 }
 
-LinkDynamics illustrativeDynamics(int i)
+tk::Robot loadProductRobot(const std::string& path)
 {
-    // A 25 kg class arm: masses and centres of mass (m, link frame); each link's
-    // inertia about its centre of mass is diag(0.02, 0.02, 0.01) kg*m^2.
-    static const double kMass[7] = {3.9, 4.2, 3.2, 2.6, 2.1, 1.3, 0.4};
-    static const double kCentre[7][3] = {{0, -0.03, -0.08}, {0, 0.04, 0.03}, {0, 0.02, -0.2},
-                                         {0.01, -0.03, 0.02}, {0, -0.05, -0.15},
-                                         {0, 0.004, 0.02}, {0, 0, 0.04}};
-    static const double kRotor[7] = {0.08, 0.08, 0.05, 0.05, 0.02, 0.02, 0.02};
-    return LinkDynamics{kMass[i], {kCentre[i][0], kCentre[i][1], kCentre[i][2]},
-                        {0.02, 0.0, 0.0, 0.02, 0.0, 0.01}, kRotor[i]};
-}
-
-namespace {
-
-// Dynamic parameters of one link about its frame origin.
-struct OriginParameters {
-    double J[6];    // xx, xy, xz, yy, yz, zz, kg*m^2
-    double MS[3];   // first moment, kg*m
-    double M;       // mass, kg
-};
-
-OriginParameters aboutOrigin(const LinkDynamics& link)
-{
-    const double m = link.mass, x = link.centre[0], y = link.centre[1], z = link.centre[2];
-    const double* I = link.inertia;
-    // Parallel axes: I_origin = I_centre + m (|c|^2 E - c c^T).
-    return OriginParameters{{I[0] + m * (y * y + z * z), I[1] - m * x * y, I[2] - m * x * z,
-                             I[3] + m * (x * x + z * z), I[4] - m * y * z, I[5] + m * (x * x + y * y)},
-                            {m * x, m * y, m * z},
-                            m};
-}
-
-// Folds link j's mass, its first moment along z and its yy inertia into link j-1
-// (regrouping for revolute joints in modified Denavit-Hartenberg form), leaving
-// on link j the parameters its own joint still sees: xx - yy, xy, xz, yz, zz, mx, my.
-void foldIntoParent(const FX_Link& link, OriginParameters& child, OriginParameters& parent)
-{
-    const double S = std::sin(link.alpha), C = std::cos(link.alpha), a = link.a, d = link.d;
-    const double YY = child.J[3], MZ = child.MS[2], M = child.M;
-    parent.J[0] += YY + 2 * d * MZ + d * d * M;
-    parent.J[1] += a * S * (MZ + d * M);
-    parent.J[2] -= a * C * (MZ + d * M);
-    parent.J[3] += C * C * YY + 2 * d * C * C * MZ + (d * d * C * C + a * a) * M;
-    parent.J[4] += C * S * (YY + 2 * d * MZ + d * d * M);
-    parent.J[5] += S * S * YY + 2 * d * S * S * MZ + (d * d * S * S + a * a) * M;
-    parent.MS[0] += a * M;
-    parent.MS[1] -= S * (MZ + d * M);
-    parent.MS[2] += C * (MZ + d * M);
-    parent.M += M;
-    child.J[0] -= YY;
-    child.J[3] = 0.0;
-    child.MS[2] = 0.0;
-    child.M = 0.0;
-}
-
-}  // namespace
-
-void applyIllustrativeDynamics(FX_Pilot* rob)
-{
-    // The library's dynamics take regrouped parameters: no link mass term, the
-    // outer links' masses carried in the inner links' first moments and inertias
-    // (as FX_SetTool does for a tool).
-    OriginParameters p[7];
-    for (int i = 0; i < 7; ++i)
-        p[i] = aboutOrigin(illustrativeDynamics(i));
-    for (int j = 6; j >= 1; --j)
-        foldIntoParent(rob->links[j], p[j], p[j - 1]);
-    for (int i = 0; i < 7; ++i) {
-        FX_Link& geometry = rob->links[i];
-        FX_SetLink(rob, i, geometry.alpha, geometry.a, geometry.d, geometry.theta,
-                   illustrativeDynamics(i).mass, p[i].MS, p[i].J, illustrativeDynamics(i).rotor_inertia);
+    std::string file = path;
+    if (path.empty())
+        file = bundledRobotFile();
+    try {
+        tk::Robot robot(tk::readRobotIni(file));
+        if (path.empty())
+            unlink(file.c_str());
+        return robot;
+    } catch (const tk::Error& e) {
+        if (path.empty())
+            unlink(file.c_str());
+        throw Failure(e.what());
     }
-    FX_RemoveTool(rob);
 }

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "dynamics/FxChain.h"
+#include "robot/Robot.h"
 #include "tools/EmbeddedExamples.h"
 
 // Runs `action` with standard output diverted and returns what it printed.
@@ -34,19 +35,8 @@ void loadRobot(const std::string& path);
 // Throws Failure "<command>: the robot has n links in arm 0, 7 needed" unless the chain has 7.
 void requireSevenLinks(const std::string& command);
 
-// Illustrative physical parameters of one link.
-struct LinkDynamics {
-    double mass;            // kg
-    double centre[3];       // centre of mass in the link frame, m
-    double inertia[6];      // xx, xy, xz, yy, yz, zz about the centre of mass, kg*m^2
-    double rotor_inertia;   // reflected rotor inertia, kg*m^2
-};
-
-// The parameters of link i (0..6).
-LinkDynamics illustrativeDynamics(int i);
-// Gives the seven links of `rob` the illustrative parameters, regrouped into
-// the form the library's dynamics takes (geometry unchanged), and rebuilds the
-// parameter sums with FX_RemoveTool.
-void applyIllustrativeDynamics(FX_Pilot* rob);
+// The robot object of the robot.ini at `path` (empty: the bundled examples/robot.ini),
+// with its own link dynamics. Throws Failure with the file's fault in one line.
+tk::Robot loadProductRobot(const std::string& path);
 
 #endif

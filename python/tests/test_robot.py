@@ -1,0 +1,76 @@
+import configparser
+import os
+
+import numpy as np
+import pytest
+import tolvexkine as tk
+
+INI = os.path.join(os.environ.get("TOLVEX_EXAMPLES_DIR", os.path.join(os.path.dirname(__file__), "../../examples")), "robot.ini")
+RNG = np.random.default_rng(20)
+
+
+def composed_fk(q):
+    ini = configparser.ConfigParser(strict=False, interpolation=None)
+    ini.optionxform = str
+    ini.read(INI)
+    t = np.eye(4)
+    for i, qi in enumerate(q):
+        link = ini[f"R.A0.L{i}.DH"]
+        al, a, d = np.radians(float(link["Alpha"])), float(link["A"]) / 1000, float(link["D"]) / 1000
+        th = qi + np.radians(float(link["Theta"]))
+        ca, sa, c, s = np.cos(al), np.sin(al), np.cos(th), np.sin(th)
+        t = t @ [[c, -s, 0, a], [s * ca, c * ca, -sa, -sa * d], [s * sa, c * sa, ca, ca * d], [0, 0, 0, 1]]
+    flange = np.eye(4)
+    flange[2, 3] = float(ini["R.A0.FLANGE"]["D"]) / 1000
+    return t @ flange
+
+
+@pytest.fixture
+def robot():
+    return tk.Robot(INI)
+
+
+def test_kinematics_in_si(robot):
+    q = RNG.uniform(-2, 2, (5, 7))
+    poses = robot.fk(q)
+    for qi, pose in zip(q, poses):
+        np.testing.assert_allclose(pose, composed_fk(qi), atol=1e-12)
+        assert np.array_equal(robot.fk(qi), pose)
+    h = np.eye(7) * 1e-7
+    dp = (robot.fk(q[0] + h) - robot.fk(q[0] - h))[:, :3, 3].T / 2e-7
+    np.testing.assert_allclose(robot.jacobian(q)[0][:3], dp, atol=1e-6)
+    assert robot.jacobian(q).shape == (5, 6, 7)
+    lim = robot.limits
+    assert lim.upper[0] == pytest.approx(np.radians(170)) and lim.effort[0] == 176 and lim.velocity.shape == (7,)
+
+
+def test_dynamics_identities_and_mounting(robot):
+    q, qd, qdd = RNG.uniform(-2, 2, (4, 7)), RNG.uniform(-1, 1, (4, 7)), RNG.uniform(-2, 2, (4, 7))
+    M, C, g = robot.mass_matrix(q), robot.coriolis_matrix(q, qd), robot.gravity_torques(q)
+    tau = robot.inverse_dynamics(q, qd, qdd)
+    for k in range(4):
+        assert np.array_equal(M[k], M[k].T) and np.all(np.linalg.eigvalsh(M[k]) > 0)
+        np.testing.assert_allclose(tau[k], M[k] @ qdd[k] + C[k] @ qd[k] + g[k], atol=1e-9)
+    upright = robot.gravity_torques(q[0])
+    robot.set_gravity([0, 0, 9.81])  # hanging from the ceiling
+    np.testing.assert_allclose(robot.gravity_torques(q[0]), -upright, atol=1e-12)
+    robot.set_payload(2.0, [0, 0, 0.05], [0.01, 0, 0, 0.01, 0, 0.01])
+    assert not np.allclose(robot.gravity_torques(q[0]), -upright)
+    f = robot.friction([0.5, -0.5, 0, 0, 0, 0, 0])
+    assert f[0] > 0 > f[1] and f[2] == 0
+
+
+def test_robot_bad_input(robot, tmp_path):
+    with pytest.raises(FileNotFoundError):
+        tk.Robot(str(tmp_path / "none.ini"))
+    (tmp_path / "r.ini").write_text("[R.A0.BASIC]\nDof=9\n")
+    with pytest.raises(ValueError, match=r"\[R.A0.BASIC\] \"Dof\" is 9, 1 to 7 joints supported"):
+        tk.Robot(str(tmp_path / "r.ini"))
+    with pytest.raises(ValueError, match="q must be shape \\(7,\\)"):
+        robot.fk(np.zeros(6))
+    with pytest.raises(ValueError, match="qd must hold finite numbers"):
+        robot.inverse_dynamics(np.zeros(7), np.full(7, np.nan), np.zeros(7))
+    before = robot.gravity_torques(np.ones(7))
+    with pytest.raises(ValueError, match="payload: inertia is not positive definite"):
+        robot.set_payload(1.0, [0, 0, 0], [1, 0, 0, -1, 0, 1])
+    assert np.array_equal(robot.gravity_torques(np.ones(7)), before)
