@@ -1,5 +1,5 @@
 // Two threads, two arms: forward and inverse kinematics, dynamics and
-// locked-joint IK on records each thread owns. Built with ThreadSanitizer,
+// locked-joint IK on records each thread owns, and a robot object each. Built with ThreadSanitizer,
 // which fails the run on any race; the results must also match a run alone.
 #include <cstdio>
 #include <cstring>
@@ -13,6 +13,8 @@
 #include "ik7/IKSelect.h"
 #include "math/FxScalar.h"
 #include "pilot/PilotNSP.h"
+#include "robot/Robot.h"
+#include "robot/RobotIni.h"
 
 namespace {
 
@@ -21,6 +23,7 @@ struct Arm {
     NSPBase nbase;
     FX_Pilot chain;    // with link masses and a tool, for the dynamics
     IK_Poilt7 ik;
+    tk::Robot* robot;  // the example robot, upright or hanging
 };
 
 // Sum of every result of `rounds` cycles of calls.
@@ -52,6 +55,11 @@ double Work(Arm* arm, unsigned char variant, int rounds)
             sum += sol[count - 1][0];
         if (FX_IKRef7(&arm->ik, q[6], ref, T, out))
             sum += out[3];
+        double C[49];
+        arm->robot->coriolisMatrix(q_rad, q_rad, C);
+        arm->robot->inverseDynamics(q_rad, q_rad, q_rad, tau);
+        arm->robot->fk(q_rad, T);
+        sum += C[10] + tau[2] + T[1][3];
     }
     return sum;
 }
@@ -61,6 +69,9 @@ void Build(Arm* arm, unsigned char variant)
     tk::buildPilot(&arm->pilot, variant);
     tk::buildChain(&arm->chain, true);
     tk::buildIK(&arm->ik, variant ? 1017 : 1007);
+    tk::RobotDescription d = tk::readRobotIni(TOLVEX_EXAMPLES_DIR "/robot.ini");
+    d.gravity[2] = variant ? 9.81 : -9.81;
+    arm->robot = new tk::Robot(d);
 }
 
 }  // namespace
