@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+#include "interface/Globals.h"
+#include "interface/RobotIniRoute.h"
 #include "robot/Inertia.h"
 #include "robot/Robot.h"
 #include "robot/RobotIni.h"
@@ -155,6 +157,17 @@ std::string exampleIni() { return std::string(TOLVEX_EXAMPLES_DIR) + "/robot.ini
 TEST(Robot, ExampleArmUprightWallMountedAndHanging)
 {
     RobotDescription d = readRobotIni(exampleIni());
+    {  // its chain is the controller route's, to the last bit
+        int loaded = 0;
+        printed([&] { loaded = OnInitKine(exampleIni().c_str()); });
+        ASSERT_EQ(1, loaded);
+        FX_Pilot route = rob;
+        Robot same(d);
+        double q[7] = {0.3, -0.2, 1.1, -1.4, 0.5, 0.9, -2.0}, a[4][4], b[4][4];
+        same.fk(q, a);
+        FX_KINE(&route, q, b);
+        for (int k = 0; k < 16; ++k) EXPECT_EQ(b[k / 4][k % 4], a[k / 4][k % 4]);
+    }
     ASSERT_EQ(7, d.dof);
     EXPECT_EQ(3.9, d.link[0].mass);
     EXPECT_EQ(-9.81, d.gravity[2]);

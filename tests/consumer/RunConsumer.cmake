@@ -22,6 +22,6 @@ run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK_DIR}/build -G ${GENE
     "-DCMAKE_C_FLAGS=${CMAKE_C_FLAGS}" "-DCMAKE_CXX_FLAGS=${CMAKE_CXX_FLAGS}"
     "-DCMAKE_EXE_LINKER_FLAGS=${CMAKE_EXE_LINKER_FLAGS}")
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
-run(${WORK_DIR}/build/c_host ${examples}/model-1017.txt)
+run(${WORK_DIR}/build/c_host ${examples}/model-1017.txt ${examples}/robot.ini)
 run(${WORK_DIR}/build/cxx_host ${examples}/model-1017.txt ${examples}/robot.ini)
 run(${prefix}/bin/tolvex-kine fk 0 0 0 0 0 0 0)

@@ -1,5 +1,5 @@
-// C++ host: the zero pose of the model file, and robot.ini read through a parser object of its
-// own, as a host built against the installed library does it.
+// C++ host: the zero pose of the model file, robot.ini read through a parser object of its
+// own, and the robot object's mass matrix, as a host built against the installed library does it.
 #include <cstdio>
 #include <string>
 
@@ -16,6 +16,9 @@ int main(int argc, char** argv) {
   int pos = 0;
   robot.SkipLine(" \n", 2, pos);
   if (!robot.OnLoad(argv[2]) || !robot.OnGetValue("R.A0.BASIC", "Dof", &dof, 1)) return 1;
-  std::printf("c++ host %s: z = %.3f, dof = %d\n", TOLVEXKINE_VERSION_STRING, pose[2][3], dof);
-  return pose[2][3] == 1266.0 && dof == 7 && pos == 2 ? 0 : 1;
+  tk::Robot arm(tk::readRobotIni(argv[2]));
+  double M[49];
+  arm.massMatrix(zero, M);
+  std::printf("c++ host %s: z = %.3f, dof = %d, M11 = %.4f kg m^2\n", TOLVEXKINE_VERSION_STRING, pose[2][3], dof, M[0]);
+  return pose[2][3] == 1266.0 && dof == 7 && pos == 2 && M[0] > 0.08 ? 0 : 1;
 }
