@@ -84,9 +84,38 @@ void regroupedInvDyn()
 }
 void robotMassMatrix() { g_robot->massMatrix(g_q, &g_M[0][0]); }
 void robotCoriolisMatrix() { g_robot->coriolisMatrix(g_q, g_qd, &g_C[0][0]); }
-// The locked-joint solvers get the flange pose of g_joints_deg.
+// The locked-joint solvers get the flange pose of g_joints_deg; FX_IKRef7 gets
+// those joints as its reference, so the reference equals the solution.
 void ikLock7() { FX_IKLock7(&ik, g_joints_deg[6], g_flange, &g_count, g_sol); }
 void ikRef7() { FX_IKRef7(&ik, g_joints_deg[6], g_joints_deg, g_flange, g_row); }
+
+// The same with a new target each call: flange poses of seeded joint vectors
+// spread over the joint ranges, each solved with its own joints as the
+// reference, so that no branch of the solver sees one pose over and over.
+struct IkTarget {
+    double joints[7];
+    double flange[4][4];
+};
+IkTarget g_targets[64];
+
+void makeIkTargets()
+{
+    const double limit[7] = {170, 120, 170, 170, 170, 110, 170};
+    unsigned long state = 2026;
+    for (IkTarget &t : g_targets) {
+        for (int j = 0; j < 7; ++j) {
+            state = state * 6364136223846793005UL + 1442695040888963407UL;
+            t.joints[j] = limit[j] * (2.0 * double(state >> 11) / 9007199254740992.0 - 1.0);
+        }
+        OnKine(&ik, t.joints, t.flange);
+    }
+}
+void ikRef7NewPose()
+{
+    static unsigned next = 0;
+    IkTarget &t = g_targets[next++ % 64];
+    FX_IKRef7(&ik, t.joints[6], t.joints, t.flange, g_row);
+}
 
 // Eight axes with 100-cycle windows (the costliest re-summation), moving back
 // and forth between two targets so that the generators never come to rest.
@@ -126,6 +155,7 @@ bool loadExampleModels()
         }
         FX_RemoveTool(&rob);
         OnKine(&ik, g_joints_deg, g_flange);
+        makeIkTargets();
         coriolisPosture();
         g_robot = new tk::Robot(tk::readRobotIni(TOLVEX_EXAMPLES_DIR "/robot.ini"));
         g_regrouped = g_robot->dynamicsChain();
@@ -147,6 +177,7 @@ const CycleCall kCycleCalls[] = {
     {"FX_CalCmat_DPT_QD", coriolisVelocity},
     {"FX_IKLock7", ikLock7},
     {"FX_IKRef7", ikRef7},
+    {"FX_IKRef7 (new pose each call)", ikRef7NewPose},
     {"FXNSyncDTS_OnDT", syncProfile},
     {"Robot::inverseDynamics", robotInverseDynamics},
     {"FX_InvDyn (robot's chain)", regroupedInvDyn},

@@ -61,7 +61,11 @@ struct AbsoluteGoal {
     double goal_ns;
 };
 const AbsoluteGoal kAbsoluteGoals[] = {
-    {"FX_CalCmat_DPT_QD", 150}, {"FX_IKLock7", 1000}, {"FX_IKRef7", 1200}, {"FXNSyncDTS_OnDT", 300}};
+    {"FX_CalCmat_DPT_QD", 150},
+    {"FX_IKLock7", 1000},
+    {"FX_IKRef7", 1200},
+    {"FX_IKRef7 (new pose each call)", 1200},
+    {"FXNSyncDTS_OnDT", 300}};
 
 // What the robot object adds around the chain call it makes.
 struct Overhead {

@@ -29,7 +29,7 @@ bool shoulder_in_wrist_frame(IK_Poilt7* ik, double q7, double T[4][4], double D[
     FX_SIN_COS_DEG(q7, &s7, &c7);
     fx_turn_z(ik->M_fix[6], c7, s7, A);
     FX_PGMatrixInv(A, A_inv);
-    fx_mul44(P, A_inv, B);
+    fx_mul44<3>(P, A_inv, B);  // the inverse reads no last row
     FX_PGMatrixInv(B, D);
 
     const double Dx = D[0][3], Dy = D[1][3], Dz = D[2][3];
@@ -95,10 +95,12 @@ void solve_shoulder(IK_Poilt7* ik, double D[4][4], const double cos456[3], const
     double W[3][4][4];
     for (int k = 3; k < 6; ++k)
         fx_turn_z(ik->M_fix[k], cos456[k - 3], sin456[k - 3], W[k - 3]);
+    // The Z-Y-Z extraction reads rows 0 to 2 of F, which need only rows 0 to 2
+    // of the products before it: no last row is formed.
     double W34[4][4], W345[4][4], F[4][4];
-    fx_mul44(W[0], W[1], W34);
-    fx_mul44(W34, W[2], W345);
-    fx_mul44(W345, D, F);
+    fx_mul44<3>(W[0], W[1], W34);
+    fx_mul44<3>(W34, W[2], W345);
+    fx_mul44<3>(W345, D, F);
 
     double ang[3];
     unsigned char singular;
@@ -150,6 +152,16 @@ void append_with_twin(const double row[8], long* count, double sol[][8])
     }
 }
 
+// Appends the four rows of one elbow: each base row and its twin.
+void append_elbow(IK_Poilt7* ik, double D[4][4], const Elbow& e, double q7, double phi, long* count,
+                  double sol[][8])
+{
+    double rows[2][8];
+    elbow_rows(ik, D, e, q7, phi, rows);
+    append_with_twin(rows[0], count, sol);
+    append_with_twin(rows[1], count, sol);
+}
+
 }  // namespace
 
 unsigned char FX_IKLock7(IK_Poilt7* ik, double q7, double T[4][4], long* count, double sol[][8])
@@ -165,18 +177,12 @@ unsigned char FX_IKLock7(IK_Poilt7* ik, double q7, double T[4][4], long* count, 
     if (!elbows[0].ok && !elbows[1].ok)
         return 0;
 
-    double rows[2][2][8];
+    // The rows of an elbow without a wrist would be dropped: they are not formed.
     const double phi = wrist_phi(D);
-    for (int b = 0; b < 2; ++b)
-        elbow_rows(ik, D, elbows[b], q7, phi, rows[b]);
-
     *count = 0;
-    for (int b = 0; b < 2; ++b) {
-        if (!elbows[b].ok)
-            continue;
-        append_with_twin(rows[b][0], count, sol);
-        append_with_twin(rows[b][1], count, sol);
-    }
+    for (const Elbow& e : elbows)
+        if (e.ok)
+            append_elbow(ik, D, e, q7, phi, count, sol);
     return 1;
 }
 
@@ -205,10 +211,7 @@ unsigned char FX_IKLock7_With_Config(IK_Poilt7* ik, double q7, double* ref, doub
     if (!elbow.ok)
         return 0;
 
-    double rows[2][8];
-    elbow_rows(ik, D, elbow, q7, wrist_phi(D), rows);
     *count = 0;
-    append_with_twin(rows[0], count, sol);
-    append_with_twin(rows[1], count, sol);
+    append_elbow(ik, D, elbow, q7, wrist_phi(D), count, sol);
     return 1;
 }

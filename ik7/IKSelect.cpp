@@ -10,7 +10,7 @@ namespace {
 // A joint closer to 0 than this (degrees) makes its two neighbouring axes coincide.
 constexpr double kAtZero = 0.01;
 
-bool at_zero(double q) { return FX_Fabs(q) < kAtZero; }
+bool at_zero(double q) { return fx_abs(q) < kAtZero; }
 
 // Joint 2 at zero: joint 1 takes the reference, joint 3 the rest of the
 // shoulder rotation, whose sign the degenerate shoulder solve reversed.
@@ -62,7 +62,7 @@ double distance(const double row[8], const double* ref)
 {
     double cost = 0.0;
     for (int j = 0; j < 7; ++j)
-        cost += FX_Fabs(FX_WrapHalfOpen(row[j] - ref[j]));
+        cost += fx_abs(FX_WrapHalfOpen(row[j] - ref[j]));
     return cost;
 }
 

@@ -40,12 +40,14 @@ inline void fx_turn_z(const double (*__restrict in)[4], double c, double s, doub
     fx_store2(out[3] + 2, fx_pair{0, 1});
 }
 
-// out = a x b, every sum in FX_MMM44's order, two columns at a time.
+// out = a x b, every sum in FX_MMM44's order, two columns at a time. Rows < 4
+// forms only the first rows of out, for a caller that never reads the others.
+template <int Rows = 4>
 inline void fx_mul44(const double (*__restrict a)[4], const double (*__restrict b)[4], double (*__restrict out)[4])
 {
     const fx_pair b0l = fx_load2(b[0]), b0h = fx_load2(b[0] + 2), b1l = fx_load2(b[1]), b1h = fx_load2(b[1] + 2);
     const fx_pair b2l = fx_load2(b[2]), b2h = fx_load2(b[2] + 2), b3l = fx_load2(b[3]), b3h = fx_load2(b[3] + 2);
-    for (int r = 0; r < 4; ++r) {
+    for (int r = 0; r < Rows; ++r) {
         const fx_pair x = {a[r][0], a[r][0]}, y = {a[r][1], a[r][1]};
         const fx_pair z = {a[r][2], a[r][2]}, w = {a[r][3], a[r][3]};
         fx_store2(out[r], x * b0l + y * b1l + z * b2l + w * b3l);

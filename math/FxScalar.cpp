@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-double FX_Fabs(double x) { return x >= 0 ? x : -x; }
+double FX_Fabs(double x) { return fx_abs(x); }
 
 double my_fabs(double x) { return FX_Fabs(x); }
 
@@ -36,29 +36,9 @@ bool FX_AllFinite(const double* v, int n)
     return true;
 }
 
-double FX_TurnRemainder(double x)
+double fx_turn_remainder_fmod(double x)
 {
     // fmod is exact; the loops end on +0 after a whole number of turns.
     const double r = std::fmod(x, 360.0);
     return r == 0.0 && x != 0.0 ? 0.0 : r;
-}
-
-double FX_WrapHalfOpen(double x)
-{
-    double r = FX_TurnRemainder(x);
-    if (r >= 180.0)
-        r -= 360.0;
-    if (r <= -180.0)
-        r += 360.0;
-    return r;
-}
-
-double FX_WrapClosed(double x)
-{
-    double r = FX_TurnRemainder(x);
-    if (r > 180.0)
-        r -= 360.0;
-    else if (r < -180.0)
-        r += 360.0;
-    return r;
 }
