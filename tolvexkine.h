@@ -40,4 +40,10 @@
 #include "interface/RobotIniRoute.h"
 #include "interface/TolvexKine.h"
 
+#include "robot/AnalyticArm.h"
+#include "robot/DescriptionFrames.h"
+#include "robot/Error.h"
+#include "robot/PilotFit.h"
+#include "robot/RobotDescription.h"
+
 #endif
