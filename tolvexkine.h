@@ -40,8 +40,11 @@
 #include "interface/RobotIniRoute.h"
 #include "interface/TolvexKine.h"
 
+#include "robot/AnalyticArm.h"
+#include "robot/DescriptionFrames.h"
 #include "robot/Error.h"
 #include "robot/Inertia.h"
+#include "robot/PilotFit.h"
 #include "robot/Robot.h"
 #include "robot/RobotC.h"
 #include "robot/RobotDescription.h"

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 namespace bench {
 
@@ -117,6 +118,40 @@ void ikRef7NewPose()
     FX_IKRef7(&ik, t.joints[6], t.joints, t.flange, g_row);
 }
 
+// The analytic arm of the robot.ini chain solves its own flange pose of g_q (m, rad);
+// the model's solver the same pose of g_joints_deg, for comparison.
+std::unique_ptr<tk::AnalyticArm> g_arm;
+double g_arm_pose[4][4], g_arm_q[7], g_model_pose[4][4];
+NSPBase g_nbase;
+tk::AnalyticLimitVerdict g_arm_verdict;
+void invKinePilot()
+{
+    unsigned char f1, f2, f3;
+    FX_InvKine_Pilot(&pilot, g_joints_deg, g_model_pose, &g_nbase, g_axes_out, &f1, &f2, &f3);
+}
+void armIk() { g_arm->ik(g_arm_pose, g_q, g_arm_q); }
+void armIkAtArmAngle() { g_arm->ikAtArmAngle(0.3, g_q, g_arm_q); }
+void armIkLocked7() { g_arm->ikLocked7(g_arm_pose, g_q[6], g_q, g_arm_q); }
+void armCheckLimits() { g_arm->checkLimits(g_q, &g_arm_verdict); }
+bool buildArm()
+{
+    tk::RobotDescription d;
+    d.dof = 7;
+    for (int i = 0; i < 7; ++i) {
+        d.joint[i] = {rob.links[i].alpha, rob.links[i].a, rob.links[i].d, rob.links[i].theta};
+        d.limits[i].lower = -3, d.limits[i].upper = 3;
+    }
+    g_arm = tk::AnalyticArm::fit(d, nullptr);
+    if (!g_arm) return false;
+    double model[7];
+    g_arm->jointMap().toModel(g_q, model);
+    FX_Kine_Pilot(&g_arm->pilot(), model, g_model_pose);
+    g_arm->fromModelPose(g_model_pose, g_arm_pose);
+    FX_Kine_Pilot(&pilot, g_joints_deg, g_model_pose);
+    armIk();
+    return true;
+}
+
 // Eight axes with 100-cycle windows (the costliest re-summation), moving back
 // and forth between two targets so that the generators never come to rest.
 void syncProfile()
@@ -161,7 +196,7 @@ bool loadExampleModels()
         g_regrouped = g_robot->dynamicsChain();
         g_regrouped_gravity[1] = g_robot->dynamicsGravityY();
         for (int i = 0; i < 7; ++i) g_angles[i] = g_q[i] + g_regrouped.links[i].theta;
-        return true;
+        return buildArm();
     }();
     return loaded;
 }
@@ -183,6 +218,11 @@ const CycleCall kCycleCalls[] = {
     {"FX_InvDyn (robot's chain)", regroupedInvDyn},
     {"Robot::massMatrix", robotMassMatrix},
     {"Robot::coriolisMatrix", robotCoriolisMatrix},
+    {"FX_InvKine_Pilot", invKinePilot},
+    {"AnalyticArm::ik", armIk},
+    {"AnalyticArm::ikAtArmAngle", armIkAtArmAngle},
+    {"AnalyticArm::ikLocked7", armIkLocked7},
+    {"AnalyticArm::checkLimits", armCheckLimits},
 };
 const int kCycleCallCount = sizeof kCycleCalls / sizeof kCycleCalls[0];
 

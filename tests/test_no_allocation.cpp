@@ -92,6 +92,23 @@ TEST(NoAllocation, EveryCycleCall)
     long rows = 0;
     tk::Robot robot(tk::readRobotIni(TOLVEX_EXAMPLES_DIR "/robot.ini"));
     double robotJ[42], robotM[49], robotC[49];
+    // The analytic arm of the example chain, and a flange pose of it in metres.
+    tk::RobotDescription description;
+    description.dof = 7;
+    for (int i = 0; i < 7; ++i) {
+        const FX_Link& l = rob.links[i];
+        description.joint[i] = {l.alpha, l.a, l.d, l.theta};
+        description.limits[i].lower = -3, description.limits[i].upper = 3;
+    }
+    const auto arm = tk::AnalyticArm::fit(description, nullptr);
+    ASSERT_TRUE(arm);
+    double model[7], arm_pose[4][4], model_pose[4][4];
+    arm->jointMap().toModel(q, model);
+    FX_Kine_Pilot(&arm->pilot(), model, model_pose);
+    arm->fromModelPose(model_pose, arm_pose);
+    tk::LockedSolutions locked;
+    tk::AnalyticLimitVerdict arm_verdict;
+    static tk::ArmAngleMap arm_map;
     long count = allocationsDuring([&] {
         for (int cycle = 0; cycle < 20; ++cycle) {
             robot.fk(q, pose), robot.jacobian(q, robotJ);
@@ -137,9 +154,17 @@ TEST(NoAllocation, EveryCycleCall)
             FXAVGF_OnFilt(&filter, p8, p8);
             FXVDT_OnDT_B(&axis, cycle, p8);
             FXVDT_OnSetRunTimeLmt(&axis, 50, 500);
+            arm->ik(arm_pose, q, out7), arm->ikAtArmAngle(0.3, q, out7);
+            arm->ikLocked7(arm_pose, q[6], q, out7), arm->ikLocked7All(arm_pose, q[6], &locked);
+            arm->checkLimits(q, &arm_verdict);
+            arm->toModelPose(arm_pose, model_pose), arm->fromModelPose(model_pose, arm_pose);
+            arm->jointMap().toModel(q, model), arm->jointMap().fromModel(model, out7);
         }
+        arm->armAngleMap(arm_pose, q, 0.1, &arm_map);
         FX_PilotArmAngleMap(&pilot, &lmt, qdeg, pose, 5, &base, &map);
     });
     EXPECT_EQ(count, 0);
     EXPECT_GE(map.count, 1);
+    EXPECT_GE(arm_map.count, 1);
+    EXPECT_EQ(locked.count, 8);
 }
