@@ -59,6 +59,14 @@ void copyN(const double* in, int n, double* out)
 Robot::Robot(const RobotDescription& description) : description_(description)
 {
     build();
+    analytic_ = AnalyticArm::fit(description_, &analyticReason_);
+}
+
+void Robot::useModelFile(const std::string& path)
+{
+    if (!analytic_)
+        throw Error("model file '" + path + "': the robot has no analytic form (" + analyticReason_ + ")");
+    analytic_->useModelFile(path);
 }
 
 void Robot::build()

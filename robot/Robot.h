@@ -4,10 +4,12 @@
 #ifndef TOLVEX_ROBOT_ROBOT_H
 #define TOLVEX_ROBOT_ROBOT_H
 
+#include <memory>
 #include <string>
 
 #include "dynamics/FxChain.h"
 #include "dynamics/FxCoriolis.h"
+#include "robot/AnalyticArm.h"
 #include "robot/Error.h"
 #include "robot/RobotDescription.h"
 
@@ -50,6 +52,18 @@ public:
     const FX_Pilot& dynamicsChain() const { return dynamics_; }
     double dynamicsGravityY() const { return gravity_[1]; }
 
+    // The closed-form inverse kinematics, arm-angle solves, limit verdict and arm-angle
+    // map of a seven-joint arm of the analytic form (joints 1-3 and 5-7 meeting in
+    // points, joint 4 with at most a lateral elbow offset); null otherwise, and
+    // analyticIkReason() says which condition fails and by how much.
+    AnalyticArm* analytic() { return analytic_.get(); }
+    const AnalyticArm* analytic() const { return analytic_.get(); }
+    bool hasAnalyticIk() const { return analytic_ != nullptr; }
+    const std::string& analyticIkReason() const { return analyticReason_; }
+    // Adds the coupled joint-6/7 range of a model parameter file of the same arm;
+    // throws Error when there is no analytic arm or the file describes another arm.
+    void useModelFile(const std::string& path);
+
     // Set-up: rebuild the lumped parameters. Throw Error on a bad value.
     void setPayload(const Payload& payload);
     void setGravity(const double gravity[3]);
@@ -68,6 +82,8 @@ private:
     double gravity_[3]{};             // what the dynamics chain is given: (0, gravity along y, 0)
     FX_CM_DPART_BUF coriolisRuns_[7]{};
     FX_CM_YTC_BUF coriolisTerms_{};
+    std::unique_ptr<AnalyticArm> analytic_;
+    std::string analyticReason_;
 };
 
 }  // namespace tk
