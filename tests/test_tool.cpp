@@ -44,6 +44,12 @@ std::vector<std::vector<double>> table(const std::string& output, const std::str
     return rows;
 }
 const std::string kQ = " 10 -30 -20 -60 15 -40 -25";
+std::string fileText(const std::string& path)
+{
+    std::stringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
 
 }  // namespace
 
@@ -109,4 +115,41 @@ TEST(Tool, ResultsAgreeWithIndependentComputations)
         EXPECT_NEAR(tau[i][0], tau[i][1] + tau[i][2] + tau[i][3], 1e-9) << i;
         for (int j = 0; j < 7; ++j) EXPECT_EQ(M[i][j], M[j][i]);
     }
+}
+
+TEST(Tool, ViewWritesThePageOrSaysWhatIsMissing)
+{
+    if (!TOLVEX_VIEW_BUILT) {
+        const Result run = tool("view -o page.html");
+        EXPECT_EQ(run.status, 2);
+        EXPECT_EQ(run.err.rfind("tolvex-kine: view: the page was not built: ", 0), 0u) << run.err;
+        return;
+    }
+    const std::string model = tk::tempFile("odd<name\".txt", fileText(TOLVEX_EXAMPLES_DIR "/model-1017.txt"));
+    const std::string motion = tk::tempFile("motion.csv", "0,1,2,3\n");
+    const struct {
+        std::string args;
+        int status;
+        std::string err;
+    } cases[] = {
+        {"view -o page.html", 0, ""},
+        {"view --robot robot.ini", 2, "tolvex-kine: view: --robot is not supported yet; give the arm as a model file (--model)\n"},
+        {"view --model a.txt --urdf b.urdf", 2, "tolvex-kine: view: give one of --model, --robot, --urdf (see 'tolvex-kine view --help')\n"},
+        {"view --model missing.txt", 1, "tolvex-kine: model file 'missing.txt': No such file or directory\n"},
+        {"view --motion '" + motion + "'", 1, "tolvex-kine: motion file '" + motion +
+            "': line 1: 4 fields, 15 expected: t, q1..q7, x, y, z, A, B, C, arm angle\n"},
+        {"view --model '" + model + "' -o odd.html", 0, ""},
+    };
+    for (const auto& c : cases) {
+        const Result run = tool(c.args);
+        EXPECT_EQ(run.status, c.status) << c.args << "\n" << run.err;
+        EXPECT_EQ(run.err, c.err) << c.args;
+    }
+    // The model's own bytes go in base64; names are JSON that cannot end the script element.
+    const std::string page = fileText(testing::TempDir() + "page.html");
+    EXPECT_NE(page.find("{\"robot\": {\"description\": \"model\", \"name\": \"examples/model-1017.txt (bundled)\", "
+                        "\"base64\": \"MTAxNwowICAgICAwICAgIDM0MCAgMCAgICAgIC0x"), std::string::npos);
+    EXPECT_NE(page.find("\"motion\": null}"), std::string::npos);
+    EXPECT_EQ(page.find("@TOLVEX_VIEW_DATA@"), std::string::npos);
+    EXPECT_NE(fileText(testing::TempDir() + "odd.html").find("odd\\u003cname\\\".txt\", \"base64\""), std::string::npos);
 }

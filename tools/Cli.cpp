@@ -142,21 +142,6 @@ Format formatOf(const ParsedArgs& args)
     return args.has("--json") ? Format::Json : Format::Text;
 }
 
-std::string formatNumber(double value, int decimals)
-{
-    if (std::isnan(value))
-        return "nan";
-    if (std::isinf(value))
-        return value > 0 ? "inf" : "-inf";
-    char text[64];
-    std::snprintf(text, sizeof text, "%.*f", decimals, value);
-    std::string s = text;
-    // A tiny negative value rounds to "-0.000"; print it as zero.
-    if (s[0] == '-' && s.find_first_not_of("-0.") == std::string::npos)
-        s.erase(0, 1);
-    return s;
-}
-
 Cell num(double value, int decimals)
 {
     return Cell{formatNumber(value, decimals), value, true};

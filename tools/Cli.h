@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/PrintedValues.h"
+
 // A wrong command line; main prints it on one line and exits with 2.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
@@ -108,7 +110,5 @@ private:
 
 // Output format chosen by --csv / --json (text otherwise).
 Format formatOf(const ParsedArgs& args);
-
-std::string formatNumber(double value, int decimals);
 
 #endif

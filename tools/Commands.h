@@ -31,6 +31,9 @@ int runSpan(const ParsedArgs& args);
 
 int runProfile(const ParsedArgs& args);
 
+// The browser view: one HTML page with the arm in 3D, computed by the library in WebAssembly.
+int runView(const ParsedArgs& args);
+
 // Prints the section `section` for the seven joint values of the command line,
 // with an optional closing note; the model must already be loaded. Returns 0.
 int printJointSection(const ParsedArgs& args, void (*section)(Report&, double*),

@@ -18,22 +18,12 @@ std::string joinNumbers(const double* values, int count)
     return text;
 }
 
-const char* flagMeaning(int flag, unsigned char value)
-{
-    static const char* const kMeaning[3][2] = {
-        {"reachable, elbow branch as in the reference",
-         "out of reach, or no elbow branch matches the reference joint 4"},
-        {"shoulder regular", "shoulder singular: joints 1-3 averaged from arm angles +/-1 deg"},
-        {"wrist regular", "wrist singular: joints 5-7 averaged from arm angles +/-1 deg"}};
-    return kMeaning[flag][value ? 1 : 0];
-}
-
 Table statusTable(const unsigned char flags[3])
 {
     Table table{"Status bytes", {"byte", "value", "meaning"}, {}};
     static const char* const kNames[3] = {"flag1", "flag2", "flag3"};
     for (int i = 0; i < 3; ++i)
-        table.addRow({word(kNames[i]), num(flags[i], 0), word(flagMeaning(i, flags[i]))});
+        table.addRow({word(kNames[i]), num(flags[i], 0), word(ikFlagMeaning(i, flags[i]))});
     return table;
 }
 
@@ -84,13 +74,6 @@ void reportJacobian(Report& report, double q[7])
         table.addRow(row);
     }
     report.add(table);
-}
-
-static const char* limitStateText(unsigned char state)
-{
-    static const char* const kText[5] = {"inside", "OUTSIDE: below min", "OUTSIDE: above max",
-                                         "OUTSIDE: q6/q7 beyond the corner curve", "not a number"};
-    return state < 5 ? kText[state] : "?";
 }
 
 void reportLimits(Report& report, const std::vector<std::vector<double>>& postures)

@@ -53,13 +53,11 @@ std::string robotName(const std::string& path)
     return path.empty() ? std::string(kBundledRobot.source) + " (bundled)" : path;
 }
 
-namespace {
-
-std::vector<char> readWholeFile(const std::string& path)
+std::vector<char> readWholeFile(const std::string& path, const std::string& kind)
 {
     FILE* file = std::fopen(path.c_str(), "rb");
     if (!file)
-        throw Failure("model file '" + path + "': " + std::strerror(errno));
+        throw Failure(kind + " '" + path + "': " + std::strerror(errno));
     std::vector<char> bytes;
     char chunk[4096];
     size_t got = 0;
@@ -69,9 +67,11 @@ std::vector<char> readWholeFile(const std::string& path)
     int error = errno;
     std::fclose(file);
     if (failed)
-        throw Failure("model file '" + path + "': " + std::strerror(error));
+        throw Failure(kind + " '" + path + "': " + std::strerror(error));
     return bytes;
 }
+
+namespace {
 
 bool isLineEnd(char c)
 {
@@ -146,6 +146,8 @@ std::vector<char> bundledBytes(const EmbeddedFile& file)
     return std::vector<char>(file.data, file.data + file.size);
 }
 
+}  // namespace
+
 void loadModelText(std::vector<char> text, const std::string& name)
 {
     if (text.empty())
@@ -161,6 +163,8 @@ void loadModelText(std::vector<char> text, const std::string& name)
         throw Failure("model file '" + name + "': " + diagnoseModel(text));
     m_Init_tag = 1;
 }
+
+namespace {
 
 // The loaders need a path: the bundled robot.ini in a private temporary file,
 // which the caller removes.
@@ -182,9 +186,14 @@ std::string bundledRobotFile()
 
 }  // namespace
 
+std::vector<char> modelBytes(const std::string& path)
+{
+    return path.empty() ? bundledBytes(kBundledModel) : readWholeFile(path, "model file");
+}
+
 void loadModel(const std::string& path)
 {
-    loadModelText(path.empty() ? bundledBytes(kBundledModel) : readWholeFile(path), modelName(path));
+    loadModelText(modelBytes(path), modelName(path));
 }
 
 void loadModel(const EmbeddedFile& bundled)

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "dynamics/FxChain.h"
 #include "robot/Robot.h"
@@ -21,6 +22,13 @@ std::string captureStdout(const std::function<void()>& action);
 void loadModel(const std::string& path);
 // The same from one of the bundled examples.
 void loadModel(const EmbeddedFile& bundled);
+// The whole file at `path`; throws Failure "<kind> '<path>': <reason>" when it cannot be read.
+std::vector<char> readWholeFile(const std::string& path, const std::string& kind);
+// The bytes of the model file at `path` (empty: the bundled examples/model-1017.txt);
+// throws Failure "model file '<path>': <reason>" when it cannot be read.
+std::vector<char> modelBytes(const std::string& path);
+// loadModel from bytes already read, shown under `name` in a failure.
+void loadModelText(std::vector<char> text, const std::string& name);
 
 // Name under which a model or robot file is shown: the path, or the bundled example.
 std::string modelName(const std::string& path);

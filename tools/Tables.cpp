@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "math/FxPose.h"
 #include "math/FxScalar.h"
 
 std::vector<std::string> jointColumns(const char* unit, int count)
@@ -35,17 +34,6 @@ void degreesToRadians(const double* deg, double* rad, int count)
 {
     for (int i = 0; i < count; ++i)
         rad[i] = deg[i] * FX_DEG2RAD;
-}
-
-void poseToXyzabc(double pose[4][4], double toMm, double xyzabc[6])
-{
-    // The extraction returns A, B, C in radians.
-    FX_Matrix42XYZABCDEG(pose, xyzabc);
-    // Adding 0.0 turns a negative zero into 0, so no "-0" is printed.
-    for (int i = 0; i < 3; ++i) {
-        xyzabc[i] = xyzabc[i] * toMm + 0.0;
-        xyzabc[3 + i] = xyzabc[3 + i] * FX_RAD2DEG + 0.0;
-    }
 }
 
 Table xyzabcTable(const std::string& title, double pose[4][4], double toMm)

@@ -22,9 +22,6 @@ void appendNumbers(std::vector<Cell>& row, const double* values, int count, int 
 // rad[i] = deg[i] in radians.
 void degreesToRadians(const double* deg, double* rad, int count);
 
-// x, y, z (the pose's translation times `toMm`) and A, B, C in degrees.
-void poseToXyzabc(double pose[4][4], double toMm, double xyzabc[6]);
-
 // One-row XYZABC table of the pose (translation times `toMm`, angles in degrees).
 Table xyzabcTable(const std::string& title, double pose[4][4], double toMm);
 

@@ -118,6 +118,18 @@ const std::vector<Command>& commands()
          runProfile,
          "u is the axes' own unit (e.g. degrees). All axes start at 0; rows run until every\n"
          "axis has settled on its target."},
+        {"view", "a 3D view of the arm in one HTML page, computed by the library itself",
+         "[--model FILE | --robot FILE | --urdf FILE] [--motion FILE.csv] [-o FILE.html]",
+         "-o arm.html", -1, "",
+         {kModel, {"--robot", OptionKind::Text, 0, "FILE", "robot.ini (not yet supported)"},
+          {"--urdf", OptionKind::Text, 0, "FILE", "URDF (not yet supported)"},
+          {"--motion", OptionKind::Text, 0, "FILE.csv", "a motion to play back, as 'move --csv' writes it"},
+          {"-o", OptionKind::Text, 0, "FILE.html", "the page to write (default tolvex-view.html)"}},
+         runView,
+         "One self-contained page (no server, works offline): the arm from its frames, joint\n"
+         "sliders with the limit verdict, a tool target the inverse kinematics follows, the\n"
+         "arm-angle slider with its usable intervals, motion playback. three.js draws it; the\n"
+         "library compiled to WebAssembly computes every number."},
         {"demo", "a guided tour of every capability on the bundled examples", "", "", -1, "", {},
          runDemo, "Readable in a terminal; takes no arguments."},
     };
