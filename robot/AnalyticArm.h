@@ -77,7 +77,9 @@ public:
     //    (the model's straight-elbow angle is set to the stretched arm's, see pilot());
     //  - an upper arm or forearm pointing back along the shoulder-wrist line turns its
     //    frame, and so joint 3 or joint 5, by half a turn: turned back;
-    //  - the Z-Y-X wrist may keep a candidate that is no solution: its other one is taken.
+    //  - the Z-Y-X wrist may keep a candidate that is no solution: its other one is taken;
+    //  - of the wrist's two branches (joint 6 mirrored) the one nearer the reference is
+    //    returned, where the model keeps one whatever the reference.
     // Where the solver reports no singularity, joints that miss the pose are not returned.
     AnalyticIkResult ik(const double pose[4][4], const double* ref, double* q);
     // The last solved pose (ik or armAngleMap) with the elbow turned by `psi` (rad) about

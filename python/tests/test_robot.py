@@ -74,3 +74,35 @@ def test_robot_bad_input(robot, tmp_path):
     with pytest.raises(ValueError, match="payload: inertia is not positive definite"):
         robot.set_payload(1.0, [0, 0, 0], [1, 0, 0, -1, 0, 1])
     assert np.array_equal(robot.gravity_torques(np.ones(7)), before)
+
+
+def test_analytic_ik_in_the_robots_own_units(robot, tmp_path):
+    assert robot.has_analytic_ik and robot.analytic_ik_reason == ""
+    lim = robot.limits
+    q = RNG.uniform(0.8 * lim.lower, 0.8 * lim.upper, (20, 7))
+    q[:, 3] = RNG.uniform(0.3, 2.0, 20) * RNG.choice([-1, 1], 20)
+    poses = robot.fk(q)
+    r = robot.ik(poses, q)
+    assert r.ok.all()
+    np.testing.assert_allclose(robot.fk(r.q), poses, atol=1e-9)
+    np.testing.assert_allclose(r.q, q, atol=1e-9)
+    swung = robot.ik_at_arm_angle(0.3, q[-1])  # re-solves the last pose
+    assert swung.ok and not np.allclose(swung.q, q[-1])
+    np.testing.assert_allclose(robot.fk(swung.q), poses[-1], atol=1e-9)
+    locked = robot.ik_locked7(poses[0], q[0])
+    assert locked.ok
+    np.testing.assert_allclose(locked.q, q[0], atol=1e-7)
+    over = q[0].copy()
+    over[1] = lim.upper[1] + 0.01
+    v = robot.check_limits(over)
+    assert not v.inside and list(v.state) == [0, 2, 0, 0, 0, 0, 0]
+    m = robot.arm_angle_map(poses[0], q[0])
+    assert m.ok and m.intervals.shape[1] == 2
+    # An arm whose wrist axes do not meet has no analytic IK, and says why.
+    text = open(INI).read().replace("[R.A0.L6.DH]\nAlpha=-90\nA=0", "[R.A0.L6.DH]\nAlpha=-90\nA=88")
+    (tmp_path / "offset.ini").write_text(text)
+    other = tk.Robot(str(tmp_path / "offset.ini"))
+    assert not other.has_analytic_ik and "joints 5-7 do not meet in a point" in other.analytic_ik_reason
+    with pytest.raises(ValueError, match="the robot has no analytic IK: joints 5-7"):
+        other.ik(poses[0], q[0])
+    assert other.fk(q[0]).shape == (4, 4)
