@@ -10,6 +10,9 @@
 #include "python/PyArrays.h"
 #include "robot/Robot.h"
 #include "robot/RobotIni.h"
+#ifdef TOLVEX_HAVE_URDF
+#include "urdf/UrdfImport.h"
+#endif
 
 namespace tkpy {
 
@@ -42,6 +45,19 @@ std::unique_ptr<Robot> fromRobotIni(const std::string& path, py::object model)
         raising([&] { robot->robot.useModelFile(file); });
     }
     return robot;
+}
+
+std::unique_ptr<Robot> fromUrdf(const std::string& path, py::object base, py::object tip)
+{
+#ifdef TOLVEX_HAVE_URDF
+    std::fclose(openOrRaise(path));
+    const std::string b = base.is_none() ? "" : base.cast<std::string>();
+    const std::string t = tip.is_none() ? "" : tip.cast<std::string>();
+    return raising([&] { return std::make_unique<Robot>(tk::importUrdf(path, b, t).description); });
+#else
+    (void)path, (void)base, (void)tip;
+    throw std::runtime_error("this module was built without URDF support (Debian package liburdfdom-dev)");
+#endif
 }
 
 // The analytic arm, or ValueError saying why the robot has none.
@@ -290,6 +306,11 @@ void bindRobot(py::module_& m)
         .def("arm_angle_map", &armAngleMap, py::arg("pose"), py::arg("ref"), py::arg("step") = 0.0174532925199432957,
              "Usable arm-angle intervals (k, 2) in rad (from ref's elbow plane; end < start wraps through pi) "
              "for the flange pose; ok, reference (index of the interval holding ref's own, or -1), truncated.")
+        .def_static("from_urdf", &fromUrdf, py::arg("path"), py::arg("base") = py::none(), py::arg("tip") = py::none(),
+                    "A robot from a URDF: the chain from `base` (default the root link) to `tip` (default the one "
+                    "leaf of the movable joints), joints in the URDF's own convention, inertials, limits, friction "
+                    "(dynamics damping and friction), gravity -9.81 along the root's z. ValueError naming the "
+                    "element and the reason for a file that cannot be used (a branching tree lists the tips).")
         .def_property_readonly("dof", [](const Robot& r) { return r.robot.dof(); })
         .def_property_readonly("name", [](const Robot& r) { return r.robot.description().name; })
         .def_property_readonly("gravity", [](const Robot& r) { return Array(3, r.robot.description().gravity); },

@@ -191,7 +191,7 @@ AnalyticIkResult AnalyticArm::finish(unsigned char solved, const unsigned char* 
     const double* fore = nbase_.fore_frame;
     if (u[0] * upper[2] + u[1] * upper[5] + u[2] * upper[8] < 0) model[2] += 180.0;
     if (u[0] * fore[2] + u[1] * fore[5] + u[2] * fore[8] < 0) model[4] += 180.0;
-    if (!result.shoulder_singular && !result.wrist_singular) {
+    {  // beside a singularity the solver averages joints, which need not give the pose back either
         double missed = missedBy(model);
         if (fit_.geometry.variant == 1 && missed > kPoseTolerance) {
             // The Z-Y-X wrist kept (a + 180, b, c + 180); its solution is (a, -b, c).

@@ -80,7 +80,8 @@ public:
     //  - the Z-Y-X wrist may keep a candidate that is no solution: its other one is taken;
     //  - of the wrist's two branches (joint 6 mirrored) the one nearer the reference is
     //    returned, where the model keeps one whatever the reference.
-    // Where the solver reports no singularity, joints that miss the pose are not returned.
+    // Joints that miss the pose (by more than 1e-6 mm in the model) are not returned,
+    // also where the solver averaged them beside a singularity.
     AnalyticIkResult ik(const double pose[4][4], const double* ref, double* q);
     // The last solved pose (ik or armAngleMap) with the elbow turned by `psi` (rad) about
     // the shoulder-wrist line from the reference's elbow plane. Not ok before any solve.

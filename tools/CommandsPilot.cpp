@@ -203,13 +203,13 @@ int printJointSection(const ParsedArgs& args, void (*section)(Report&, double*),
 
 int runFk(const ParsedArgs& args)
 {
-    loadModel(args.textOr("--model", ""));
+    loadModelOf(args);
     return printJointSection(args, reportFk);
 }
 
 int runJacobian(const ParsedArgs& args)
 {
-    loadModel(args.textOr("--model", ""));
+    loadModelOf(args);
     return printJointSection(
         args, reportJacobian,
         "Columns are per radian of joint motion; rows 0-2 in metres, rows 3-5 the joint axes.");
@@ -217,7 +217,7 @@ int runJacobian(const ParsedArgs& args)
 
 int runLimits(const ParsedArgs& args)
 {
-    loadModel(args.textOr("--model", ""));
+    loadModelOf(args);
     Report report(formatOf(args));
     reportLimits(report, {args.values});
     report.print(stdout);
@@ -228,7 +228,7 @@ int runLimits(const ParsedArgs& args)
 
 int runIk(const ParsedArgs& args)
 {
-    loadModel(args.textOr("--model", ""));
+    loadModelOf(args);
     double ref[7], target[6], out[7];
     copyValues(args.numbers.at("--ref"), ref, 7);
     copyValues(args.values, target, 6);
@@ -240,7 +240,7 @@ int runIk(const ParsedArgs& args)
 
 int runNsp(const ParsedArgs& args)
 {
-    loadModel(args.textOr("--model", ""));
+    loadModelOf(args);
     double ref[7], target[6];
     copyValues(args.numbers.at("--ref"), ref, 7);
     copyValues(args.values, target, 6);

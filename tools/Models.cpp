@@ -14,6 +14,9 @@
 #include "interface/RobotIniRoute.h"
 #include "tools/Cli.h"
 #include "robot/RobotIni.h"
+#ifdef TOLVEX_HAVE_URDF
+#include "urdf/UrdfImport.h"
+#endif
 #include "tools/EmbeddedExamples.h"
 
 std::string captureStdout(const std::function<void()>& action)
@@ -42,6 +45,24 @@ std::string captureStdout(const std::function<void()>& action)
     std::fclose(sink);
     return text;
 }
+
+std::string TempFile::keep(const std::string& text)
+{
+    const char* dir = std::getenv("TMPDIR");
+    std::string file = std::string(dir && *dir ? dir : "/tmp") + "/tolvex-kine.XXXXXX";
+    int fd = mkstemp(&file[0]);
+    if (fd < 0)
+        throw Failure(std::string("cannot create a temporary file: ") + std::strerror(errno));
+    bool written = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    close(fd);
+    if (!written) {
+        unlink(file.c_str());
+        throw Failure("cannot write a temporary file");
+    }
+    return file;
+}
+
+TempFile::~TempFile() { unlink(path.c_str()); }
 
 std::string modelName(const std::string& path)
 {
@@ -166,22 +187,30 @@ void loadModelText(std::vector<char> text, const std::string& name)
 
 namespace {
 
-// The loaders need a path: the bundled robot.ini in a private temporary file,
-// which the caller removes.
 std::string bundledRobotFile()
 {
-    const char* dir = std::getenv("TMPDIR");
-    std::string file = std::string(dir && *dir ? dir : "/tmp") + "/tolvex-kine-robot.XXXXXX";
-    int fd = mkstemp(&file[0]);
-    if (fd < 0)
-        throw Failure(std::string("cannot create a temporary robot.ini: ") + std::strerror(errno));
-    bool written = write(fd, kBundledRobot.data, kBundledRobot.size) == static_cast<ssize_t>(kBundledRobot.size);
-    close(fd);
-    if (!written) {
-        unlink(file.c_str());
-        throw Failure("cannot write a temporary robot.ini");
+    return TempFile::keep(std::string(reinterpret_cast<const char*>(kBundledRobot.data), kBundledRobot.size));
+}
+
+bool urdfGiven(const ParsedArgs& args)
+{
+    if (!args.has("--urdf") && (args.has("--base") || args.has("--tip")))
+        throw UsageError("--base and --tip go with --urdf");
+    return args.has("--urdf");
+}
+
+tk::RobotDescription urdfDescription(const ParsedArgs& args)
+{
+    const std::string path = args.texts.at("--urdf");
+#ifdef TOLVEX_HAVE_URDF
+    try {
+        return tk::importUrdf(path, args.textOr("--base", ""), args.textOr("--tip", "")).description;
+    } catch (const tk::Error& e) {
+        throw UsageError("urdf '" + path + "': " + e.what());
     }
-    return file;
+#else
+    throw UsageError("urdf '" + path + "': this tool was built without URDF support (Debian package liburdfdom-dev)");
+#endif
 }
 
 }  // namespace
@@ -225,6 +254,44 @@ void loadRobot(const std::string& path)
     if (verdict.empty() || verdict.find("success") != std::string::npos)
         verdict = "arm 0 has a link count (Dof) outside 0..7";
     throw Failure("robot file '" + robotName(path) + "': " + verdict);
+}
+
+tk::Robot robotOf(const ParsedArgs& args)
+{
+    if (!urdfGiven(args))
+        return loadProductRobot(args.textOr("--robot", ""));
+    try {
+        return tk::Robot(urdfDescription(args));
+    } catch (const tk::Error& e) {
+        throw UsageError("urdf '" + args.texts.at("--urdf") + "': " + e.what());
+    }
+}
+
+void loadModelOf(const ParsedArgs& args)
+{
+    if (!urdfGiven(args)) {
+        loadModel(args.textOr("--model", ""));
+        return;
+    }
+    const tk::Robot robot = robotOf(args);
+    const std::string name = "urdf '" + args.texts.at("--urdf") + "'";
+    if (!robot.hasAnalyticIk())
+        throw UsageError(name + ": no numeric model, the arm has not the analytic-IK form: " + robot.analyticIkReason());
+    const std::string text = robot.analytic()->modelFileText();
+    loadModelText(std::vector<char>(text.begin(), text.end()), name + " (its numeric model)");
+}
+
+void loadRobotOf(const ParsedArgs& args)
+{
+    if (!urdfGiven(args)) {
+        loadRobot(args.textOr("--robot", ""));
+        return;
+    }
+    const TempFile file(tk::robotIniText(robotOf(args).description()));
+    bool ok = false;
+    const std::string lines = loadRobotIni(file.path, &ok);
+    if (!ok)
+        throw Failure("urdf '" + args.texts.at("--urdf") + "': its robot.ini does not load: " + lines);
 }
 
 void requireSevenLinks(const std::string& command)

@@ -11,7 +11,19 @@
 
 #include "dynamics/FxChain.h"
 #include "robot/Robot.h"
+#include "tools/Cli.h"
 #include "tools/EmbeddedExamples.h"
+
+// A private temporary file holding `text`, removed with the object (the library's
+// loaders read paths). keep() leaves the removing to the caller.
+struct TempFile {
+    explicit TempFile(const std::string& text) : path(keep(text)) {}
+    ~TempFile();
+    TempFile(const TempFile&) = delete;
+    TempFile& operator=(const TempFile&) = delete;
+    static std::string keep(const std::string& text);
+    const std::string path;
+};
 
 // Runs `action` with standard output diverted and returns what it printed.
 std::string captureStdout(const std::function<void()>& action);
@@ -46,5 +58,16 @@ void requireSevenLinks(const std::string& command);
 // The robot object of the robot.ini at `path` (empty: the bundled examples/robot.ini),
 // with its own link dynamics. Throws Failure with the file's fault in one line.
 tk::Robot loadProductRobot(const std::string& path);
+
+// What the command line describes: --urdf FILE (with --base and --tip), else --model or
+// --robot, else the bundled examples. A URDF that cannot be used throws UsageError
+// "urdf 'FILE': <element>: <reason>"; one without the analytic form, where the Pilot
+// model is needed, throws UsageError saying why.
+tk::Robot robotOf(const ParsedArgs& args);
+// The Pilot model into `pilot` and `lmt`: the model file, or the numeric model fitted to the URDF.
+void loadModelOf(const ParsedArgs& args);
+// The robot.ini route into `rob` and `ik`: the file, or the robot.ini written for the URDF.
+void loadRobotOf(const ParsedArgs& args);
+
 
 #endif

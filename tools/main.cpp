@@ -31,6 +31,10 @@ const OptionDef kOptionalRef{"--ref", OptionKind::Numbers, 7, "q1 ... q7",
 const OptionDef kCsv{"--csv", OptionKind::Flag, 0, "", "machine-readable CSV output"};
 const OptionDef kJson{"--json", OptionKind::Flag, 0, "", "machine-readable JSON output"};
 
+const OptionDef kUrdf{"--urdf", OptionKind::Text, 0, "FILE", "a URDF in place of --model/--robot"};
+const OptionDef kBase{"--base", OptionKind::Text, 0, "LINK", "with --urdf: the chain's base link (default: the root)"};
+const OptionDef kTip{"--tip", OptionKind::Text, 0, "LINK", "with --urdf: the chain's tip link (default: the one leaf)"};
+
 const char* const kJoints = "q1 ... q7";
 const char* const kTarget = "x y z A B C";
 
@@ -99,11 +103,12 @@ const std::vector<Command>& commands()
          "--ref 10 -30 -20 -60 15 -40 -25 --step 1 709.5 -21.3 629 -158.2 48.1 -154.8", 6, kTarget,
          {kRobot, kRef, {"--step", OptionKind::Numbers, 1, "S", "joint-7 step [deg] (default 1)"}},
          runSpan, "Probes joint 7 at ref q7 and ref q7 +/- step with the flange at the target."},
-        {"urdf", "the robot.ini link chain as a URDF document", "[--robot FILE] [-o FILE]", "", -1, "",
+        {"urdf", "the robot as a URDF document, with its own dynamics", "[--robot FILE] [-o FILE]", "", -1, "",
          {kRobot, {"-o", OptionKind::Text, 0, "FILE", "write to FILE instead of standard output"}}, runUrdf,
-         "Seven revolute joints with their limits (LimitNeg/LimitPos, VelMax, TorqueMax), links\n"
-         "with the chain's inertial data where it has a mass, the flange as a fixed joint.\n"
-         "Joint origins compose to the chain's forward kinematics (FX_KINE)."},
+         "Revolute joints with their limits, each link's mass, centre of mass and inertia, joint\n"
+         "friction as dynamics damping and friction, the flange as a fixed joint; what URDF has\n"
+         "no element for (rotor inertia, acceleration limits, gravity) in a <tolvexkine> block.\n"
+         "'import' reads it back as the same robot."},
         {"profile", "multi-axis S-curve profile from rest, one CSV row per cycle",
          "--axes N --cycle MS --vmax ... --acc ... --jerk ... --target ... [--summary] [--svg FILE]",
          "--axes 2 --cycle 1 --vmax 100 --acc 500 --jerk 20000 --target 90 -45 --summary", -1, "",
@@ -130,10 +135,31 @@ const std::vector<Command>& commands()
          "sliders with the limit verdict, a tool target the inverse kinematics follows, the\n"
          "arm-angle slider with its usable intervals, motion playback. three.js draws it; the\n"
          "library compiled to WebAssembly computes every number."},
+        {"import", "a URDF in: report, robot.ini and model file for the controller routes",
+         "FILE.urdf [--base LINK] [--tip LINK] [-o DIR]", "arm.urdf -o arm", -1, "",
+         {{"-o", OptionKind::Text, 0, "DIR", "write DIR/robot.ini (and DIR/model.txt for the analytic form)"}},
+         runImport,
+         "The report: the joint map (URDF joint, model joint, sign, zero offset, limits), the base\n"
+         "and tool transforms, whether the arm has the analytic-IK form and why not, and the FK\n"
+         "of the written files against the URDF's own frames over 1000 random postures."},
         {"demo", "a guided tour of every capability on the bundled examples", "", "", -1, "", {},
          runDemo, "Readable in a terminal; takes no arguments."},
     };
-    return kCommands;
+    static const std::vector<Command> kWithUrdf = [] {
+        std::vector<Command> all = kCommands;
+        for (Command& c : all) {
+            bool describes = c.run == runImport;
+            for (const OptionDef& o : c.options)
+                describes = describes || std::strcmp(o.name, "--model") == 0 || std::strcmp(o.name, "--robot") == 0;
+            if (describes) {
+                c.options.push_back(kUrdf);
+                c.options.push_back(kBase);
+                c.options.push_back(kTip);
+            }
+        }
+        return all;
+    }();
+    return kWithUrdf;
 }
 
 void printCommandHelp(const Command& c)
@@ -158,7 +184,7 @@ void printHelp()
     std::printf("usage: tolvex-kine <command> [options] [values]\n"
                 "Kinematics, dynamics and motion profiles of the seven-axis arm.\n"
                 "Angles in degrees and lengths in millimetres unless a column says otherwise.\n"
-                "Without --model/--robot the bundled example files are used.\n\ncommands:\n");
+                "Without --model/--robot/--urdf the bundled example files are used.\n\ncommands:\n");
     for (const Command& c : commands())
         std::printf("  %-9s %s\n            e.g. tolvex-kine %s%s%s\n", c.name, c.summary, c.name,
                     c.example[0] ? " " : "", c.example);
@@ -180,6 +206,8 @@ int dispatch(int argc, char** argv)
         if (name != c.name)
             continue;
         std::vector<std::string> args(argv + 2, argv + argc);
+        if (c.run == runImport && !args.empty() && args[0][0] != '-')
+            args.insert(args.begin(), "--urdf");  // import FILE.urdf
         for (const std::string& a : args)
             if (a == "--help" || a == "-h") {
                 printCommandHelp(c);
