@@ -153,3 +153,45 @@ TEST(Tool, ViewWritesThePageOrSaysWhatIsMissing)
     EXPECT_EQ(page.find("@TOLVEX_VIEW_DATA@"), std::string::npos);
     EXPECT_NE(fileText(testing::TempDir() + "odd.html").find("odd\\u003cname\\\".txt\", \"base64\""), std::string::npos);
 }
+
+#ifdef TOLVEX_HAVE_URDF
+TEST(Tool, ImportsTheUrdfItExportsAndRefusesBadOnes)
+{
+    const std::string urdf = tk::tempFile("arm.urdf", ""), dir = testing::TempDir() + "imported";
+    ASSERT_EQ(tool("urdf -o '" + urdf + "'").status, 0);
+    const Result in = tool("import '" + urdf + "' -o '" + dir + "' --csv");
+    ASSERT_EQ(in.status, 0) << in.err;
+    EXPECT_NE(in.out.find("Analytic-IK form: yes, wrist Z-Y-Z (type 1007), d1 340.000, d3 400.000, a 20.000"), std::string::npos);
+    for (const auto& row : table(in.out, "Validation", 1, 2))
+        for (double v : row) EXPECT_LT(v, 1e-9);
+    // The written files are the same arm through both controller routes and the robot object.
+    const auto fk = [](const std::string& args) { return table(tool("fk --csv " + args + kQ).out, "Tool pose as XYZABC", 0, 6).at(0); };
+    tk::expectNear(fk("--model '" TOLVEX_EXAMPLES_DIR "/model-1007.txt'").data(), fk("--model '" + dir + "/model.txt'").data(), 6, 1e-9);
+    tk::expectNear(fk("--model '" TOLVEX_EXAMPLES_DIR "/model-1007.txt'").data(), fk("--urdf '" + urdf + "'").data(), 6, 1e-9);
+    const auto dyn = [](const std::string& args) { return table(tool("dyn --csv --q" + kQ + " --qd" + kQ + args).out, "Joint torques", 4, 5); };
+    const auto want = dyn(""), fromIni = dyn(" --robot '" + dir + "/robot.ini'"), fromUrdf = dyn(" --urdf '" + urdf + "'");
+    for (int i = 0; i < 7; ++i) {
+        tk::expectNear(want[i].data(), fromIni[i].data(), 5, 1e-9, "robot.ini");
+        tk::expectNear(want[i].data(), fromUrdf[i].data(), 5, 1e-9, "urdf");
+    }
+    // An offset wrist: dynamics yes, the numeric model no, with the reason.
+    std::string text = fileText(TOLVEX_EXAMPLES_DIR "/robot.ini");
+    text.replace(text.find("[R.A0.L6.DH]\nAlpha=-90\nA=0"), 26, "[R.A0.L6.DH]\nAlpha=-90\nA=88");
+    const std::string offset = tk::tempFile("offset.urdf", "");
+    ASSERT_EQ(tool("urdf --robot '" + tk::tempFile("offset.ini", text) + "' -o '" + offset + "'").status, 0);
+    EXPECT_EQ(tool("dyn --urdf '" + offset + "' --q" + kQ).status, 0);
+    EXPECT_EQ(tool("fk --urdf '" + offset + "'" + kQ).err,
+              "tolvex-kine: urdf '" + offset + "': no numeric model, the arm has not the analytic-IK form: joints 5-7 do not "
+              "meet in a point: axis 7 passes 88.0 mm from the wrist centre\n");
+    const std::string prismatic = tk::tempFile("prismatic.urdf", "<robot name='p'><link name='a'/><link name='b'/>"
+        "<joint name='slide' type='prismatic'><parent link='a'/><child link='b'/><limit lower='0' upper='1' effort='1' velocity='1'/></joint></robot>");
+    for (const std::string& bad : {prismatic, tk::tempFile("not.urdf", "not xml at all")}) {
+        const Result r = tool("import '" + bad + "' -o '" + dir + "-bad'");
+        EXPECT_EQ(r.status, 2);
+        EXPECT_EQ(r.err.rfind("tolvex-kine: urdf '" + bad + "': ", 0), 0u) << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1);
+    }
+    EXPECT_NE(tool("import '" + prismatic + "'").err.find("slide"), std::string::npos);
+    EXPECT_FALSE(std::ifstream(dir + "-bad/robot.ini").good());
+}
+#endif

@@ -187,7 +187,7 @@ int runImport(const ParsedArgs& args)
     check.addRow({word("description vs the URDF's own frames"), num(in.fk_check.position_error * 1000.0, 9),
                   num(in.fk_check.rotation_error * kRadToDeg, 9)});
     const Deviation viaIni = checkRobotIni(robot, robotIni.path);
-    check.addRow({word("robot.ini via OnInitKine + offsets, base, tool"), num(viaIni.mm, 9), num(viaIni.deg, 9)});
+    check.addRow({word("robot.ini via OnInitKine + offsets + base + tool"), num(viaIni.mm, 9), num(viaIni.deg, 9)});
     if (arm) {
         const Deviation viaModel = checkModelFile(robot, modelFile.path);
         check.addRow({word("model file via OnInitKine_TOLVEXKINE + map"), num(viaModel.mm, 9), num(viaModel.deg, 9)});
