@@ -16,38 +16,6 @@ void addPointMass(double m, Vec3 c, double sign, double out[3][3])
             out[i][j] += sign * m * ((i == j ? squared : 0.0) - v[i] * v[j]);
 }
 
-// Eigenvalues of a symmetric 3x3 matrix by Jacobi turns, in ascending order.
-void symmetricEigenvalues(const double in[3][3], double out[3])
-{
-    double a[3][3];
-    std::copy(&in[0][0], &in[0][0] + 9, &a[0][0]);
-    for (int sweep = 0; sweep < 50; ++sweep) {
-        const double off = a[0][1] * a[0][1] + a[0][2] * a[0][2] + a[1][2] * a[1][2];
-        const double diagonal = a[0][0] * a[0][0] + a[1][1] * a[1][1] + a[2][2] * a[2][2];
-        if (!(off > 1e-36 * diagonal))
-            break;
-        for (int p = 0; p < 2; ++p) {
-            for (int q = p + 1; q < 3; ++q) {
-                if (a[p][q] == 0.0)
-                    continue;
-                const double tau = (a[q][q] - a[p][p]) / (2.0 * a[p][q]);
-                const double t = (tau >= 0 ? 1.0 : -1.0) / (std::abs(tau) + std::sqrt(1.0 + tau * tau));
-                const double c = 1.0 / std::sqrt(1.0 + t * t), s = t * c;
-                for (int k = 0; k < 3; ++k) {  // columns p, q
-                    const double kp = a[k][p], kq = a[k][q];
-                    a[k][p] = c * kp - s * kq, a[k][q] = s * kp + c * kq;
-                }
-                for (int k = 0; k < 3; ++k) {  // rows p, q
-                    const double pk = a[p][k], qk = a[q][k];
-                    a[p][k] = c * pk - s * qk, a[q][k] = s * pk + c * qk;
-                }
-            }
-        }
-    }
-    out[0] = a[0][0], out[1] = a[1][1], out[2] = a[2][2];
-    std::sort(out, out + 3);
-}
-
 }  // namespace
 
 BodyInertia expressedIn(const Frame& f, const BodyInertia& body)
@@ -96,23 +64,5 @@ BodyInertia InertiaSum::total() const
     return out;
 }
 
-std::string inertiaFault(const double inertia[3][3])
-{
-    double moment[3];
-    symmetricEigenvalues(inertia, moment);
-    char text[160];
-    // Room for the rounding of values written with a few digits, as a thin disc's are.
-    const double slack = 1e-9 * (std::abs(moment[0]) + std::abs(moment[1]) + std::abs(moment[2]));
-    if (!(moment[0] > 0.0))
-        std::snprintf(text, sizeof text, "inertia is not positive definite (principal moments %.6g, %.6g, %.6g)",
-                      moment[0], moment[1], moment[2]);
-    else if (!(moment[0] + moment[1] >= moment[2] - slack))
-        std::snprintf(text, sizeof text,
-                      "inertia breaks the triangle inequality (principal moments %.6g + %.6g < %.6g)", moment[0],
-                      moment[1], moment[2]);
-    else
-        return "";
-    return text;
-}
 
 }  // namespace tk::urdf_geometry

@@ -33,10 +33,6 @@ private:
     double aboutReference_[3][3] = {};  // inertia about the reference
 };
 
-// Empty when the inertia about the centre of mass is positive definite and its principal
-// moments obey the triangle inequality; otherwise the reason, for example
-// "inertia is not positive definite (principal moments 0.1, 0.1, -0.02)".
-std::string inertiaFault(const double inertia[3][3]);
 
 }  // namespace tk::urdf_geometry
 

@@ -8,6 +8,7 @@
 #include <random>
 #include <sstream>
 
+#include "robot/Inertia.h"
 #include "urdf/DhFit.h"
 #include "urdf/Inertia.h"
 #include "urdf/UrdfDocument.h"
