@@ -40,4 +40,12 @@
 #include "interface/RobotIniRoute.h"
 #include "interface/TolvexKine.h"
 
+#include "cartesian/ArmAngleIK.h"
+#include "cartesian/ArmAngleIntervals.h"
+#include "cartesian/CartesianMove.h"
+#include "cartesian/CartesianPath.h"
+#include "cartesian/CartesianStepper.h"
+#include "cartesian/PathTiming.h"
+#include "cartesian/SCurve.h"
+
 #endif

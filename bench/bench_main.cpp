@@ -61,7 +61,8 @@ struct AbsoluteGoal {
     double goal_ns;
 };
 const AbsoluteGoal kAbsoluteGoals[] = {
-    {"FX_CalCmat_DPT_QD", 150}, {"FX_IKLock7", 1000}, {"FX_IKRef7", 1200}, {"FXNSyncDTS_OnDT", 300}};
+    {"FX_CalCmat_DPT_QD", 150}, {"FX_IKLock7", 1000}, {"FX_IKRef7", 1200}, {"FXNSyncDTS_OnDT", 300},
+    {"FX_ArmAngleIntervals", 20000}, {"FX_ArmAngleIntervals, corner curves", 20000}, {"FX_CartStep, LIN", 3000}};
 
 int ratios(int rounds)
 {
