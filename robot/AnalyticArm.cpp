@@ -1,5 +1,7 @@
 #include "robot/AnalyticArm.h"
 
+#include "cartesian/ArmAngleIK.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -227,6 +229,13 @@ void AnalyticArm::holdTarget(unsigned char flag1, const double target[4][4])
     if (flag1 != 0) return;
     armAngleBaseSet_ = true;
     fx_copy44(target, target_);
+}
+
+double AnalyticArm::armAngle(const double* q)
+{
+    double model[7];
+    fit_.map.toModel(q, model);
+    return FX_ArmAngleOf(&pilot_, model) * FX_DEG2RAD;
 }
 
 AnalyticIkResult AnalyticArm::ik(const double pose[4][4], const double* ref, double* q)

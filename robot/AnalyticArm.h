@@ -97,6 +97,13 @@ public:
     // model's own: where the frame or Z-Y-X defects above strike, it finds the pose lost.
     bool armAngleMap(const double pose[4][4], const double* ref, double step, ArmAngleMap* map);
 
+    // The arm angle of q (rad): the signed angle about the shoulder-wrist line from the
+    // plane through that line and joint 1's axis to the elbow's plane; NaN where the
+    // shoulder-wrist line runs along joint 1's axis or the elbow lies on it.
+    double armAngle(const double* q);
+    // The description's limits (rad).
+    const JointLimits* limits() const { return limits_; }
+
     // Flange pose in the description (m) <-> tool pose of the Pilot model (mm, its base).
     void toModelPose(const double pose[4][4], double target[4][4]) const;
     void fromModelPose(const double target[4][4], double pose[4][4]) const;
