@@ -44,11 +44,20 @@ std::vector<std::vector<double>> table(const std::string& output, const std::str
     return rows;
 }
 const std::string kQ = " 10 -30 -20 -60 15 -40 -25";
+const std::string kTo = " --to 809.5 28.7 549 -158.19 48.105 -134.756";  // kQ's flange moved and turned
 std::string fileText(const std::string& path)
 {
     std::stringstream text;
     text << std::ifstream(path).rdbuf();
     return text.str();
+}
+
+// The bundled robot.ini with joint 7's axis 88 mm off the wrist centre: no analytic form.
+std::string offsetWristIni()
+{
+    std::string text = fileText(TOLVEX_EXAMPLES_DIR "/robot.ini");
+    text.replace(text.find("[R.A0.L6.DH]\nAlpha=-90\nA=0"), 26, "[R.A0.L6.DH]\nAlpha=-90\nA=88");
+    return tk::tempFile("offset.ini", text);
 }
 
 }  // namespace
@@ -58,6 +67,7 @@ TEST(Tool, CommandLinesExitCodesAndOutputLines)
     const std::string bad = tk::tempFile("short.txt", "1007\n0 0 340 0 -170 170 98 490\n-90 0 0 0 -120 120 98\n");
     const std::string ini = tk::tempFile("broken.ini", "[R.A0.BASIC]\nDof=7\n"), zero = " 0 0 0 0 0 0 0";
     const std::string reach = "out of reach, or no elbow branch matches the reference joint 4";
+    const std::string offset = offsetWristIni();
     struct Case {
         std::string args;
         int status;
@@ -81,7 +91,22 @@ TEST(Tool, CommandLinesExitCodesAndOutputLines)
         {"ini", 0, "", {"loader: Load robot.ini success\n", "L6         0.0   126.0        -90.0          0.0   0.0000  0.1260"}},
         {"ini --robot '" + ini + "'", 1, "tolvex-kine: robot file '" + ini + "': Failed to load robot.ini in [R.A0.BASIC]\n",
          {"loader: Failed to load robot.ini in [R.A0.BASIC]"}},
-        {"demo", 0, "", {"== 1. Forward kinematics", "== 4. FK -> IK round trip", "== 10. Motion profile"}},
+        {"demo", 0, "", {"== 1. Forward kinematics", "== 4. FK -> IK round trip", "== 10. Motion profile", "== 11. Cartesian move"}},
+        {"move lin --from" + kQ + kTo, 0, "", {"LIN move: 0.900 s, 901 samples at a 1.000 ms cycle.\n",
+            "Arm angle (elbow hold): -11.508 deg at the start, -11.508 at the end, -11.508 to -11.508 on the way.\n",
+            "   6      -45.970  -45.970  -39.927  -110.0  110.0   64.030      17.55      180.0      103.43      900.0\n"}},
+        {"move lin --from" + kQ + " --to 709.5 -21.3 629 174.4 -51.5 4.1", 1, "tolvex-kine: move: joint 7 leaves its range at 87.4 % "
+            "of the path (t = 3.618 s, x = 709.5 y = -21.3 z = 629.0 mm): -191.0 deg beyond -170.0\n", {}},
+        {"move lin --from" + kQ, 2, "tolvex-kine: move: option --to is required (see 'tolvex-kine move --help')\n", {}},
+        {"move lin --via 1 2 3 --from" + kQ + kTo, 2, "tolvex-kine: move: --via is for circ; a lin move takes no via point\n", {}},
+        {"move circ --from" + kQ + kTo, 2, "tolvex-kine: move: circ needs --via X Y Z, a point of the arc [mm]\n", {}},
+        {"move --from" + kQ + kTo, 2, "tolvex-kine: move: say lin or circ after 'move' (see 'tolvex-kine move --help')\n", {}},
+        {"move lin --from" + kQ + " --to 809.5 28.7 549 -158.19 48.105 nan", 2, "", {}},
+        {"move lin --elbow blend --from" + kQ + kTo, 2, "tolvex-kine: move: --elbow blend needs the arm angle at the target (blend DEG)\n", {}},
+        {"move lin --speed 0 --from" + kQ + kTo, 2, "tolvex-kine: move: --speed must be positive [mm/s], got 0\n", {}},
+        {"move lin --from" + kQ + " 1" + kTo, 2, "tolvex-kine: move: unexpected argument '1' (see 'tolvex-kine move --help')\n", {}},
+        {"move lin --robot '" + offset + "' --from" + kQ + kTo, 2, "tolvex-kine: move: the arm has not the analytic-IK form: "
+            "joints 5-7 do not meet in a point: axis 7 passes 88.0 mm from the wrist centre\n", {}},
     };
     for (const Case& c : cases) {
         const Result run = tool(c.args);
@@ -115,6 +140,63 @@ TEST(Tool, ResultsAgreeWithIndependentComputations)
         EXPECT_NEAR(tau[i][0], tau[i][1] + tau[i][2] + tau[i][3], 1e-9) << i;
         for (int j = 0; j < 7; ++j) EXPECT_EQ(M[i][j], M[j][i]);
     }
+}
+
+TEST(Tool, MovesFollowTheirPathsAndEndOnTheTarget)
+{
+    const auto dot = [](const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; };
+    const auto start = table(tool("chain-fk --csv" + kQ).out, "Chain flange pose as XYZABC", 0, 6).at(0);
+    const double target[6] = {809.5, 28.7, 549, -158.19, 48.105, -134.756}, via[3] = {759.5, 3.7, 620};
+    const double vmax[7] = {98, 98, 100, 130, 180, 180, 180};
+    // The arc's centre start + a u + b v lies as far from via and target as from the start.
+    double u[3], v[3], centre[3], normal[3];
+    for (int i = 0; i < 3; ++i) u[i] = target[i] - start[i], v[i] = via[i] - start[i];
+    const double uu = dot(u, u), vv = dot(v, v), uv = dot(u, v), det = 2 * (uu * vv - uv * uv);
+    for (int i = 0; i < 3; ++i) centre[i] = start[i] + (vv * (uu - uv) * u[i] + uu * (vv - uv) * v[i]) / det;
+    for (int i = 0; i < 3; ++i) normal[i] = u[(i + 1) % 3] * v[(i + 2) % 3] - u[(i + 2) % 3] * v[(i + 1) % 3];
+    const double radius = std::hypot(centre[0] - start[0], centre[1] - start[1], centre[2] - start[2]);
+    const double normalLength = std::sqrt(dot(normal, normal));
+    const std::string svg = testing::TempDir() + "move.svg";
+    for (const std::string path : {"lin", "circ --via 759.5 3.7 620"})
+        for (const std::string elbow : {"hold", "blend 30", "auto"}) {
+            const std::string args = "move " + path + " --csv --from" + kQ + kTo + " --elbow " + elbow;
+            const Result run = tool(args + " --svg '" + svg + "'");
+            ASSERT_EQ(run.status, 0) << args << run.err;
+            const auto rows = table(run.out, "Motion", 0, 15);
+            ASSERT_GT(rows.size(), 500u) << args;
+            double along = 0.0;
+            for (size_t k = 0; k < rows.size(); ++k) {
+                double d[3];
+                for (int i = 0; i < 3; ++i) d[i] = rows[k][8 + i] - start[i];
+                if (path == "lin") {  // on the segment, never going back
+                    const double t = dot(d, u) / uu;
+                    EXPECT_LT(std::hypot(d[0] - t * u[0], d[1] - t * u[1], d[2] - t * u[2]), 1e-6) << args << " row " << k;
+                    EXPECT_GE(t, along - 1e-12) << args << " row " << k;
+                    along = t;
+                } else {  // on the circle through start, via and target
+                    const double r = std::hypot(rows[k][8] - centre[0], rows[k][9] - centre[1], rows[k][10] - centre[2]);
+                    EXPECT_NEAR(r, radius, 1e-6) << args << " row " << k;
+                    EXPECT_NEAR(dot(d, normal) / normalLength, 0.0, 1e-6) << args << " row " << k;
+                }
+                for (int i = 0; k > 0 && i < 7; ++i)
+                    EXPECT_LE(std::fabs(rows[k][1 + i] - rows[k - 1][1 + i]) / (rows[k][0] - rows[k - 1][0]), vmax[i]) << args;
+            }
+            // The last row's joints give its pose through the robot.ini chain, and that is the target.
+            std::ostringstream q;
+            q.precision(17);
+            for (int i = 1; i <= 7; ++i) q << ' ' << rows.back()[i];
+            const auto end = table(tool("chain-fk --csv" + q.str()).out, "Chain flange pose as XYZABC", 0, 6).at(0);
+            tk::expectNear(end.data(), &rows.back()[8], 6, 1e-7, args.c_str());
+            tk::expectNear(target, &rows.back()[8], 6, 1e-9, args.c_str());
+            for (const auto& row : rows) EXPECT_TRUE(elbow != "hold" || row[14] == rows[0][14]) << args;
+            EXPECT_TRUE(elbow != "blend 30" || std::fabs(rows.back()[14] - 30.0) < 1e-9) << args;
+            const std::string drawing = fileText(svg);
+            EXPECT_EQ(std::count(drawing.begin(), drawing.end(), '<') - std::count(drawing.begin(), drawing.end(), '>'), 0);
+            EXPECT_NE(drawing.find("arm angle [deg]"), std::string::npos);
+        }
+    // The browser view plays what move writes.
+    const std::string csv = tk::tempFile("move.csv", tool("move lin --csv --from" + kQ + kTo).out);
+    EXPECT_EQ(TOLVEX_VIEW_BUILT ? tool("view --motion '" + csv + "' -o moved.html").status : 0, 0);
 }
 
 TEST(Tool, ViewWritesThePageOrSaysWhatIsMissing)
@@ -175,10 +257,8 @@ TEST(Tool, ImportsTheUrdfItExportsAndRefusesBadOnes)
         tk::expectNear(want[i].data(), fromUrdf[i].data(), 5, 1e-9, "urdf");
     }
     // An offset wrist: dynamics yes, the numeric model no, with the reason.
-    std::string text = fileText(TOLVEX_EXAMPLES_DIR "/robot.ini");
-    text.replace(text.find("[R.A0.L6.DH]\nAlpha=-90\nA=0"), 26, "[R.A0.L6.DH]\nAlpha=-90\nA=88");
     const std::string offset = tk::tempFile("offset.urdf", "");
-    ASSERT_EQ(tool("urdf --robot '" + tk::tempFile("offset.ini", text) + "' -o '" + offset + "'").status, 0);
+    ASSERT_EQ(tool("urdf --robot '" + offsetWristIni() + "' -o '" + offset + "'").status, 0);
     EXPECT_EQ(tool("dyn --urdf '" + offset + "' --q" + kQ).status, 0);
     EXPECT_EQ(tool("fk --urdf '" + offset + "'" + kQ).err,
               "tolvex-kine: urdf '" + offset + "': no numeric model, the arm has not the analytic-IK form: joints 5-7 do not "

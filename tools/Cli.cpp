@@ -71,7 +71,7 @@ ParsedArgs parseArgs(const std::string& command, const std::vector<std::string>&
                                  [&](const OptionDef& o) { return word == o.name; });
         if (!isOption(word) && option == options.end()) {
             double value = 0.0;
-            if (!tryNumber(word, &value))
+            if (positional < 0 || !tryNumber(word, &value))
                 fail(positional < 0 ? "unexpected argument '" + word + "'" : notANumber(word));
             parsed.values.push_back(value);
             continue;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "robot/Motion.h"
 #include "robot/Robot.h"
 #include "tools/Cli.h"
 
@@ -32,6 +33,28 @@ int runSpan(const ParsedArgs& args);
 int runProfile(const ParsedArgs& args);
 // A URDF in: report and the files of the controller routes.
 int runImport(const ParsedArgs& args);
+
+// A Cartesian move of the robot object, in the tool's units.
+struct MoveRequest {
+    bool circular = false;
+    double from[7] = {};                                  // start joints, deg
+    double via[3] = {};                                   // a point of the arc, mm
+    double to[6] = {};                                    // target flange pose: x, y, z [mm], A, B, C [deg]
+    double speed = 250.0, acc = 1000.0, jerk = 10000.0;   // tool centre: mm/s, mm/s^2, mm/s^3
+    double rotSpeed = 60.0, rotAcc = 240.0, rotJerk = 2400.0;  // orientation: deg/s, deg/s^2, deg/s^3
+    double cycleMs = 1.0;
+    tk::ElbowPolicy elbow = tk::ElbowPolicy::Hold;
+    double elbowDeg = 0.0;                                // the arm angle at the target for blend
+};
+// The words of 'move' as options: a first word (lin, circ) becomes "--path WORD", and
+// "--elbow blend DEG" one value "blend DEG".
+std::vector<std::string> moveArgs(std::vector<std::string> args);
+int runMove(const ParsedArgs& args);
+// The library's plan of the move (not ok with its reason when it cannot run); throws
+// UsageError when the arm has not the analytic-IK form. The motion refers to the robot.
+tk::Motion planMove(tk::Robot& robot, const MoveRequest& request);
+// Duration, samples, the arm angle's range and each joint's closest approach to its limits.
+void reportMoveSummary(Report& report, const tk::Robot& robot, const tk::Motion& motion, const MoveRequest& request);
 
 // The browser view: one HTML page with the arm in 3D, computed by the library in WebAssembly.
 int runView(const ParsedArgs& args);

@@ -123,6 +123,32 @@ const std::vector<Command>& commands()
          runProfile,
          "u is the axes' own unit (e.g. degrees). All axes start at 0; rows run until every\n"
          "axis has settled on its target."},
+        {"move", "a Cartesian LIN or CIRC move planned whole: its joints, limits and arm angle",
+         "lin|circ --from q1 ... q7 [--via X Y Z] --to x y z A B C [--speed MM/S ...] [--elbow hold|blend DEG|auto] "
+         "[--cycle MS] [--svg FILE] [--robot FILE]",
+         "lin --from 10 -30 -20 -60 15 -40 -25 --to 809.5 28.7 549 -158.19 48.105 -134.756", -1, "",
+         {kRobot,
+          {"--path", OptionKind::Text, 0, "lin|circ", "the path, also as the word after 'move': straight or an arc"},
+          {"--from", OptionKind::Numbers, 7, "q1 ... q7", "start joints [deg], the robot's own", true},
+          {"--via", OptionKind::Numbers, 3, "X Y Z", "circ: a point of the arc between start and target [mm]"},
+          {"--to", OptionKind::Numbers, 6, "x y z A B C", "target flange pose [mm, deg], as chain-fk prints it", true},
+          {"--speed", OptionKind::Numbers, 1, "MM/S", "tool centre speed (default 250)"},
+          {"--acc", OptionKind::Numbers, 1, "MM/S2", "tool centre acceleration (default 1000)"},
+          {"--jerk", OptionKind::Numbers, 1, "MM/S3", "tool centre jerk (default 10000)"},
+          {"--rot-speed", OptionKind::Numbers, 1, "DEG/S", "orientation speed (default 60)"},
+          {"--rot-acc", OptionKind::Numbers, 1, "DEG/S2", "orientation acceleration (default 240)"},
+          {"--rot-jerk", OptionKind::Numbers, 1, "DEG/S3", "orientation jerk (default 2400)"},
+          {"--elbow", OptionKind::Text, 0, "POLICY", "hold (default), blend DEG (to that arm angle) or auto"},
+          {"--cycle", OptionKind::Numbers, 1, "MS", "control cycle (default 1)"},
+          {"--svg", OptionKind::Text, 0, "FILE", "also draw the joints and the arm angle against time"}},
+         runMove,
+         "The flange from the start joints to the target on a straight line (lin) or on the arc\n"
+         "through --via (circ), the orientation turning steadily about one axis, jerk-limited under\n"
+         "these limits and every joint's velocity and acceleration limit. The elbow: hold the start's\n"
+         "arm angle, blend it to DEG, or auto (inside the usable arm angles with the largest margin).\n"
+         "Every cycle is checked before anything moves. Prints a summary; --csv/--json one row per\n"
+         "cycle (t, q1..q7, x, y, z, A, B, C, arm angle), the file 'view --motion' plays. Exit\n"
+         "status 1, with the first failing point, when the move cannot be done."},
         {"view", "a 3D view of the arm in one HTML page, computed by the library itself",
          "[--model FILE | --robot FILE | --urdf FILE] [--motion FILE.csv] [-o FILE.html]",
          "-o arm.html", -1, "",
@@ -208,6 +234,8 @@ int dispatch(int argc, char** argv)
         std::vector<std::string> args(argv + 2, argv + argc);
         if (c.run == runImport && !args.empty() && args[0][0] != '-')
             args.insert(args.begin(), "--urdf");  // import FILE.urdf
+        if (c.run == runMove)
+            args = moveArgs(args);  // move lin|circ ... --elbow blend DEG
         for (const std::string& a : args)
             if (a == "--help" || a == "-h") {
                 printCommandHelp(c);
