@@ -167,7 +167,7 @@ TEST(NoAllocation, EveryCycleCall)
             arm->toModelPose(arm_pose, model_pose), arm->fromModelPose(model_pose, arm_pose);
             arm->jointMap().toModel(q, model), arm->jointMap().fromModel(model, out7);
         }
-        arm->armAngleMap(arm_pose, q, 0.1, &arm_map);
+        arm->armAngleMap(arm_pose, q, &arm_map), arm->armAngle(q);
         FX_PilotArmAngleMap(&pilot, &lmt, qdeg, pose, 5, &base, &map);
         FX_ArmAngleIntervals(&arm_model, &lmt, &branch, from, 1, &intervals);
         FX_CartPlanLin(&line, &pilot, &lmt, start, to, &limits, &hold);
