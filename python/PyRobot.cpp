@@ -236,21 +236,18 @@ py::object checkLimits(Robot& r, py::handle q)
     return record(d);
 }
 
-py::object armAngleMap(Robot& r, py::handle pose, py::handle ref, double step)
+py::object armAngleMap(Robot& r, py::handle pose, py::handle ref)
 {
     tk::AnalyticArm& arm = analytic(r);
     Rows p = finiteRows(pose, "pose", {4, 4}, false), rf = finiteRows(ref, "ref", joints(r), false);
-    finite(step, "step");
     auto map = std::make_unique<tk::ArmAngleMap>();
     bool ok;
     {
         py::gil_scoped_release nogil;
         std::lock_guard<std::mutex> hold(r.busy);
-        ok = arm.armAngleMap(reinterpret_cast<const double(*)[4]>(p.at(0)), rf.at(0), step, map.get());
+        ok = arm.armAngleMap(reinterpret_cast<const double(*)[4]>(p.at(0)), rf.at(0), map.get());
     }
-    if (!ok && map->flags[0] == 0)
-        throw py::value_error("step must lie within 1.7e-5 and pi/2 rad");
-    const int count = std::min(map->count, PILOT_MAX_ARM_ANGLE_INTERVALS);
+    const int count = map->count;
     Array intervals(Shape{count, 2});
     for (int k = 0; k < count; ++k) {
         intervals.mutable_at(k, 0) = map->interval[k].start.angle;
@@ -378,16 +375,17 @@ void bindRobot(py::module_& m)
              "Analytic IK of a flange pose (4, 4) in metres with the elbow by the reference ref (7,) rad: "
              "q (NaN unless ok), ok, out_of_reach, shoulder_singular, wrist_singular, pose_missed.")
         .def("ik_at_arm_angle", &ikAtArmAngle, py::arg("angle"), py::arg("ref"),
-             "The pose of the last ik (or arm_angle_map) with the elbow turned by `angle` rad about the "
-             "shoulder-wrist line from ref's elbow plane; the tool stays put.")
+             "The pose of the last ik (or arm_angle_map) at arm angle `angle` rad (as arm_angle measures it) on "
+             "ref's elbow, shoulder and wrist branches: the elbow swings, the flange stays put.")
         .def("ik_locked7", &ikLocked7, py::arg("pose"), py::arg("ref"), py::arg("q7") = py::none(),
              "Joint 7 held at q7 (default ref[6]): the solution nearest ref; q (NaN unless ok), ok.")
         .def("check_limits", &checkLimits, py::arg("q"),
              "Full limit verdict: inside, state (7,) per joint (0 inside, 1 below min, 2 above max, 3 beyond "
              "the joint-6/7 corner curve, 4 not a number), bound (2,) the joint-6/7 boundary point, rad.")
-        .def("arm_angle_map", &armAngleMap, py::arg("pose"), py::arg("ref"), py::arg("step") = 0.0174532925199432957,
-             "Usable arm-angle intervals (k, 2) in rad (from ref's elbow plane; end < start wraps through pi) "
-             "for the flange pose; ok, reference (index of the interval holding ref's own, or -1), truncated.")
+        .def("arm_angle_map", &armAngleMap, py::arg("pose"), py::arg("ref"),
+             "Usable arm-angle intervals (k, 2) in rad (as arm_angle measures them; end < start wraps through pi) "
+             "for the flange pose on ref's elbow, shoulder and wrist branches, edges to 1e-9 deg; ok, reference "
+             "(index of the interval holding ref's own arm angle, or -1), truncated.")
         .def_static("from_urdf", &fromUrdf, py::arg("path"), py::arg("base") = py::none(), py::arg("tip") = py::none(),
                     "A robot from a URDF: the chain from `base` (default the root link) to `tip` (default the one "
                     "leaf of the movable joints), joints in the URDF's own convention, inertials, limits, friction "

@@ -61,6 +61,8 @@ CartLimits Motion::cartLimits(const AnalyticArm& arm, const MotionLimits& limits
         c.joint_speed[i] = orUnbounded(arm.limits()[i].velocity, FX_RAD2DEG);
         c.joint_acc[i] = orUnbounded(arm.limits()[i].acceleration, FX_RAD2DEG);
     }
+    for (int i = 0; i < 7; ++i)  // refusals in the robot's own joint angles
+        c.shown_sign[i] = arm.jointMap().sign[i], c.shown_offset[i] = arm.jointMap().offset_deg[i];
     c.cycle = limits.cycle;
     c.max_samples = CART_MAX_SAMPLES;
     return c;

@@ -87,7 +87,7 @@ def test_analytic_ik_in_the_robots_own_units(robot, tmp_path):
     np.testing.assert_allclose(robot.fk(r.q), poses, atol=1e-9)
     np.testing.assert_allclose(r.q, q, atol=1e-9)
     swung = robot.ik_at_arm_angle(0.3, q[-1])  # re-solves the last pose
-    assert swung.ok and not np.allclose(swung.q, q[-1])
+    assert swung.ok and not np.allclose(swung.q, q[-1]) and robot.arm_angle(swung.q) == pytest.approx(0.3, abs=1e-12)
     np.testing.assert_allclose(robot.fk(swung.q), poses[-1], atol=1e-9)
     locked = robot.ik_locked7(poses[0], q[0])
     assert locked.ok
@@ -97,7 +97,9 @@ def test_analytic_ik_in_the_robots_own_units(robot, tmp_path):
     v = robot.check_limits(over)
     assert not v.inside and list(v.state) == [0, 2, 0, 0, 0, 0, 0]
     m = robot.arm_angle_map(poses[0], q[0])
-    assert m.ok and m.intervals.shape[1] == 2
+    assert m.ok and m.reference >= 0 and m.intervals.shape[1] == 2
+    lo, hi = m.intervals[m.reference]
+    assert (robot.arm_angle(q[0]) - lo) % (2 * np.pi) <= (hi - lo) % (2 * np.pi)
     # An arm whose wrist axes do not meet has no analytic IK, and says why.
     text = open(INI).read().replace("[R.A0.L6.DH]\nAlpha=-90\nA=0", "[R.A0.L6.DH]\nAlpha=-90\nA=88")
     (tmp_path / "offset.ini").write_text(text)
