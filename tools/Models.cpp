@@ -15,6 +15,9 @@
 #include "tools/Cli.h"
 #include "robot/RobotIni.h"
 #include "tools/EmbeddedExamples.h"
+#if TOLVEX_TOOL_URDF
+#include "urdf/UrdfImport.h"
+#endif
 
 std::string captureStdout(const std::function<void()>& action)
 {
@@ -234,19 +237,71 @@ void requireSevenLinks(const std::string& command)
                       " links in arm 0, 7 needed");
 }
 
+namespace {
+
+// readRobotIni of the file at `path`, or of the bundled examples/robot.ini when empty.
+tk::RobotDescription readRobotDescription(const std::string& path)
+{
+    if (!path.empty())
+        return tk::readRobotIni(path);
+    const std::string file = bundledRobotFile();
+    try {
+        tk::RobotDescription description = tk::readRobotIni(file);
+        unlink(file.c_str());
+        return description;
+    } catch (const tk::Error&) {
+        unlink(file.c_str());
+        throw;
+    }
+}
+
+tk::RobotDescription urdfDescription(const std::string& command, const ParsedArgs& args, std::string* name)
+{
+#if TOLVEX_TOOL_URDF
+    (void)command;
+    const std::string& path = args.texts.at("--urdf");
+    const tk::UrdfImport imported = tk::importUrdf(path, args.textOr("--base", ""), args.textOr("--tip", ""));
+    *name = path + " (" + imported.base_link + " to " + imported.tip_link + ")";
+    return imported.description;
+#else
+    (void)args;
+    (void)name;
+    throw UsageError(command + ": --urdf needs the URDF import library, which the build makes where "
+                     "liburdfdom-dev is installed");
+#endif
+}
+
+}  // namespace
+
 tk::Robot loadProductRobot(const std::string& path)
 {
-    std::string file = path;
-    if (path.empty())
-        file = bundledRobotFile();
     try {
-        tk::Robot robot(tk::readRobotIni(file));
-        if (path.empty())
-            unlink(file.c_str());
+        return tk::Robot(readRobotDescription(path));
+    } catch (const tk::Error& e) {
+        throw Failure(e.what());
+    }
+}
+
+bool robotGiven(const std::string& command, const ParsedArgs& args)
+{
+    if (args.has("--model") + args.has("--robot") + args.has("--urdf") > 1)
+        throw UsageError(command + ": give one of --model, --robot, --urdf (see 'tolvex-kine " + command + " --help')");
+    if (!args.has("--urdf") && (args.has("--base") || args.has("--tip")))
+        throw UsageError(command + ": --base and --tip name links of a URDF; give them with --urdf");
+    return args.has("--robot") || args.has("--urdf");
+}
+
+tk::Robot givenRobot(const std::string& command, const ParsedArgs& args, std::string* name)
+{
+    robotGiven(command, args);
+    std::string source = robotName(args.textOr("--robot", ""));
+    try {
+        tk::Robot robot(args.has("--urdf") ? urdfDescription(command, args, &source)
+                                           : readRobotDescription(args.textOr("--robot", "")));
+        const std::string& called = robot.description().name;
+        *name = called.empty() ? source : "\"" + called + "\" from " + source;
         return robot;
     } catch (const tk::Error& e) {
-        if (path.empty())
-            unlink(file.c_str());
-        throw Failure(e.what());
+        throw UsageError(e.what());
     }
 }

@@ -1,7 +1,8 @@
 // Loading the two model descriptions into the library's global records for the
 // tool: the numeric model file (Pilot arm) and robot.ini (link chain, locked-joint
 // IK), from a path or from the copies bundled in the binary, with the library's
-// console lines kept out of the tool's output.
+// console lines kept out of the tool's output; and the robot object of a robot.ini
+// or a URDF for the commands on it.
 #ifndef TOLVEX_TOOLS_MODELS_H
 #define TOLVEX_TOOLS_MODELS_H
 
@@ -11,6 +12,7 @@
 
 #include "dynamics/FxChain.h"
 #include "robot/Robot.h"
+#include "tools/Cli.h"
 #include "tools/EmbeddedExamples.h"
 
 // Runs `action` with standard output diverted and returns what it printed.
@@ -46,5 +48,14 @@ void requireSevenLinks(const std::string& command);
 // The robot object of the robot.ini at `path` (empty: the bundled examples/robot.ini),
 // with its own link dynamics. Throws Failure with the file's fault in one line.
 tk::Robot loadProductRobot(const std::string& path);
+
+// True when a command is to work on the robot object (--robot or --urdf given), false for
+// the model file. Throws UsageError when more than one of --model, --robot, --urdf is
+// given, or --base or --tip without --urdf.
+bool robotGiven(const std::string& command, const ParsedArgs& args);
+// The robot object a command is given: --robot FILE (robot.ini) or --urdf FILE [--base LINK]
+// [--tip LINK]; neither: the bundled examples/robot.ini. *name: its name and file, for titles.
+// Throws UsageError with the file's fault in one line, or saying that URDF import is not built.
+tk::Robot givenRobot(const std::string& command, const ParsedArgs& args, std::string* name);
 
 #endif

@@ -11,6 +11,7 @@ const DECIMALS = 3;
 const MAP_DECIMALS = 6;   // as `tolvex-kine psi-map` prints the intervals
 const MAP_STEP = 1;       // deg, the default step of psi-map
 const POSE_NAMES = ['x', 'y', 'z', 'A', 'B', 'C'];
+const FLAG_NAMES = ['flag1', 'flag2', 'flag3', 'pose'];  // as `tolvex-kine ik` names the status bytes
 const FROM_REFERENCE = 'from the reference elbow plane (the posture last set)';
 // The first posture shown (clamped into the limits): bent, away from the straight-arm singularity.
 const START_POSTURE = [10, -30, -20, -60, 15, -40, -25];
@@ -42,16 +43,32 @@ class Viewer {
     this.buildReadout();
 
     $('robot-name').textContent = data.robot.name || '';
+    // A model file's tool centre, or a robot's flange in the base frame of its description.
+    const pose = data.robot.description === 'model' ? 'Tool' : 'Flange';
+    $('pose-title').textContent = `${pose} pose (R = Rz(C) Ry(B) Rx(A))`;
+    $('target-title').textContent = `${pose} target (drag it in the view, or type it)`;
     this.q = limits.lower.map((lower, i) => Math.min(Math.max(START_POSTURE[i] ?? 0, lower), limits.upper[i]));
     const start = this.core.fk(this.q);
-    this.view.buildArm(start.frames, this.dof);
+    this.view.buildArm(core.baseFrame(), start.frames, this.dof);
     this.view.onTarget(() => this.grabTarget(), (frame) => this.followTarget(frame));
     this.wireTarget();
     this.wireMotion();
-    if (!core.can(Capability.IK)) $('target-section').hidden = true;
-    if (!core.can(Capability.ARM_ANGLE)) $('arm-angle-section').hidden = true;
+    this.showCapabilities();
     this.setJoints(this.q);
     if (data.motion) this.loadMotion(data.motion.name, decodeBase64(data.motion.base64));
+  }
+
+  // An arm without the analytic form keeps forward kinematics, sliders and playback; the page says why.
+  showCapabilities() {
+    const ik = this.core.can(Capability.IK);
+    const armAngle = this.core.can(Capability.ARM_ANGLE);
+    $('target-section').hidden = !ik;
+    $('help-target').hidden = !ik;
+    this.view.setTargetShown(ik);
+    $('arm-angle-section').hidden = !armAngle;
+    $('arm-angle-line').hidden = !armAngle;
+    $('analytic-note').hidden = ik;
+    $('analytic-note').textContent = ik ? '' : `No inverse kinematics or arm angle: ${this.core.lacking()}`;
   }
 
   buildReadout() {
@@ -192,7 +209,7 @@ class Viewer {
     status.classList.toggle('failed', result !== null && !result.ok);
     $('solve-title').textContent = result === null ? title : `${title}: ${result.ok ? 'solved' : 'FAILED'}`;
     status.querySelector('tbody').innerHTML = result === null ? '' : result.flags.map((value, i) =>
-      `<tr><td>flag${i + 1}</td><td>${value}</td><td>${this.core.flagText(i, value)}</td></tr>`).join('');
+      `<tr><td>${FLAG_NAMES[i]}</td><td>${value}</td><td>${this.core.flagText(i, value)}</td></tr>`).join('');
   }
 
   wireMotion() {
