@@ -40,6 +40,14 @@
 #include "interface/RobotIniRoute.h"
 #include "interface/TolvexKine.h"
 
+#include "cartesian/ArmAngleIK.h"
+#include "cartesian/ArmAngleIntervals.h"
+#include "cartesian/CartesianMove.h"
+#include "cartesian/CartesianPath.h"
+#include "cartesian/CartesianStepper.h"
+#include "cartesian/PathTiming.h"
+#include "cartesian/SCurve.h"
+
 #include "robot/AnalyticArm.h"
 #include "robot/DescriptionFrames.h"
 #include "robot/Error.h"

@@ -167,6 +167,52 @@ void syncProfile()
     FXNSyncDTS_OnDT(&g_sync, targets[(cycle++ / 4000) % 2], g_axes_out);
 }
 
+// The usable arm angles of the pose of g_joints_deg, on its branches, with
+// the singularity margin of a move; and of a pose whose wrist keeps joints 6/7
+// near their corner curves, where those are searched numerically.
+struct IntervalsCase {
+    double joints[7];
+    ArmModel model;
+    ArmBranch branch;
+    double pose[4][4];
+    ArmAngleIntervals out;
+};
+IntervalsCase g_typical{{12, -35, 20, -80, 15, 40, -25}, {}, {}, {}, {}};
+IntervalsCase g_corner{{12, -35, 20, -80, 15, 95, 140}, {}, {}, {}, {}};
+void prepare(IntervalsCase &c)
+{
+    FX_ArmModelOf(&pilot, &c.model);
+    FX_ArmBranchOf(&c.model, &lmt, c.joints, &c.branch);
+    FX_Kine_Pilot(&pilot, c.joints, c.pose);
+}
+void intervals(IntervalsCase &c) { FX_ArmAngleIntervals(&c.model, &lmt, &c.branch, c.pose, 1, &c.out); }
+void armAngleIntervals() { intervals(g_typical); }
+void armAngleIntervalsCorner() { intervals(g_corner); }
+
+// A 2 s line from g_joints_deg (260 mm and a 20 degree turn, the arm angle
+// held), stepped over and over from its start.
+CartMove g_line;
+CartStepper g_stepper;
+CartSample g_sample;
+void planLine()
+{
+    double from[4][4], to[4][4], xyzabc[6];
+    FX_Kine_Pilot(&pilot, g_joints_deg, from);
+    FX_Matrix42XYZABCDEG(from, xyzabc);
+    const double shift[6] = {100, -150, 80, 10, -15, 5};
+    for (int i = 0; i < 6; ++i) xyzabc[i] = xyzabc[i] * (i < 3 ? 1 : FX_RAD2DEG) + shift[i];
+    FX_XYZABC2Matrix4DEG(xyzabc, to);
+    CartLimits limits{150, 500, 5000, 45, 180, 1800, {}, {}, 0.001, 1 << 20};
+    for (int i = 0; i < 7; ++i) limits.joint_speed[i] = lmt.JointLim3[i], limits.joint_acc[i] = lmt.JointLim4[i];
+    const CartElbow hold{CART_ELBOW_HOLD, 0};
+    FX_CartPlanLin(&g_line, &pilot, &lmt, g_joints_deg, to, &limits, &hold);
+    FX_CartStepperStart(&g_line, &g_stepper);
+}
+void cartStep()
+{
+    if (!FX_CartStep(&g_line, &g_stepper, &g_sample)) FX_CartStepperStart(&g_line, &g_stepper);
+}
+
 } // namespace
 
 bool loadExampleModels()
@@ -192,11 +238,14 @@ bool loadExampleModels()
         OnKine(&ik, g_joints_deg, g_flange);
         makeIkTargets();
         coriolisPosture();
+        prepare(g_typical);
+        prepare(g_corner);
+        planLine();
         g_robot = new tk::Robot(tk::readRobotIni(TOLVEX_EXAMPLES_DIR "/robot.ini"));
         g_regrouped = g_robot->dynamicsChain();
         g_regrouped_gravity[1] = g_robot->dynamicsGravityY();
         for (int i = 0; i < 7; ++i) g_angles[i] = g_q[i] + g_regrouped.links[i].theta;
-        return buildArm();
+        return g_line.ok == 1 && buildArm();
     }();
     return loaded;
 }
@@ -223,6 +272,9 @@ const CycleCall kCycleCalls[] = {
     {"AnalyticArm::ikAtArmAngle", armIkAtArmAngle},
     {"AnalyticArm::ikLocked7", armIkLocked7},
     {"AnalyticArm::checkLimits", armCheckLimits},
+    {"FX_ArmAngleIntervals", armAngleIntervals},
+    {"FX_ArmAngleIntervals, corner curves", armAngleIntervalsCorner},
+    {"FX_CartStep, LIN", cartStep},
 };
 const int kCycleCallCount = sizeof kCycleCalls / sizeof kCycleCalls[0];
 

@@ -65,7 +65,10 @@ const AbsoluteGoal kAbsoluteGoals[] = {
     {"FX_IKLock7", 1000},
     {"FX_IKRef7", 1200},
     {"FX_IKRef7 (new pose each call)", 1200},
-    {"FXNSyncDTS_OnDT", 300}};
+    {"FXNSyncDTS_OnDT", 300},
+    {"FX_ArmAngleIntervals", 20000},
+    {"FX_ArmAngleIntervals, corner curves", 20000},
+    {"FX_CartStep, LIN", 3000}};
 
 // What the robot object adds around the chain call it makes.
 struct Overhead {

@@ -1,4 +1,5 @@
-# Install rules, the CMake package (TolvexKine::tolvexkine), tolvexkine.pc and the Debian package.
+# Install rules, the CMake package (TolvexKine::tolvexkine, TolvexKine::tolvexkine_urdf when
+# urdfdom is present), tolvexkine.pc (tolvexkine_urdf.pc) and the Debian package.
 
 include(CMakePackageConfigHelpers)
 
@@ -7,13 +8,20 @@ set(TOLVEX_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/TolvexKine)
 # Public headers, staged with <tolvexkine/...> includes.
 set(TOLVEX_STAGE ${PROJECT_BINARY_DIR}/staged-include)
 file(GLOB TOLVEX_HEADER_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tolvexkine.h)
-foreach(subsystem ${TOLVEX_SUBSYSTEMS})
-  file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${subsystem}/*.h)
+set(TOLVEX_HEADER_DIRS ${TOLVEX_SUBSYSTEMS})
+set(TOLVEX_STAGE_EXTRA)  # public headers outside the umbrella header
+if(TOLVEX_URDF)
+  list(APPEND TOLVEX_HEADER_DIRS urdf robot)
+  list(APPEND TOLVEX_STAGE_EXTRA urdf/UrdfImport.h urdf/UrdfExport.h)
+endif()
+foreach(dir ${TOLVEX_HEADER_DIRS})
+  file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${dir}/*.h)
   list(APPEND TOLVEX_HEADER_SOURCES ${headers})
 endforeach()
+string(JOIN "," TOLVEX_STAGE_EXTRA ${TOLVEX_STAGE_EXTRA})
 add_custom_command(
   OUTPUT ${TOLVEX_STAGE}/staged.stamp
-  COMMAND ${CMAKE_COMMAND} -DSRC=${PROJECT_SOURCE_DIR} -DDST=${TOLVEX_STAGE}
+  COMMAND ${CMAKE_COMMAND} -DSRC=${PROJECT_SOURCE_DIR} -DDST=${TOLVEX_STAGE} -DEXTRA=${TOLVEX_STAGE_EXTRA}
           -P ${PROJECT_SOURCE_DIR}/cmake/StageHeaders.cmake
   COMMAND ${CMAKE_COMMAND} -E touch ${TOLVEX_STAGE}/staged.stamp
   DEPENDS ${TOLVEX_HEADER_SOURCES} ${PROJECT_SOURCE_DIR}/cmake/StageHeaders.cmake

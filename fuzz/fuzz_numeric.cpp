@@ -1,6 +1,9 @@
 // The numeric calls fed arbitrary doubles and counts: analytic and
 // locked-joint IK, selection, span probes, range checks, dynamics with any
-// chain length, profiles and the filter with any limits and windows.
+// chain length, profiles and the filter with any limits and windows, and
+// Cartesian moves planned, sampled and stepped from any start, target and limits.
+#include "cartesian/ArmAngleIntervals.h"
+#include "cartesian/CartesianStepper.h"
 #include "dynamics/FxCoriolis.h"
 #include "dynamics/FxInvDyn.h"
 #include "fuzz/FuzzInput.h"
@@ -11,6 +14,7 @@
 #include "interface/RobotIniRoute.h"
 #include "interface/TolvexKine.h"
 #include "math/FxPose.h"
+#include "math/FxScalar.h"
 #include "motion/FXAVGF.h"
 #include "motion/FXNSyncDTS.h"
 
@@ -115,6 +119,58 @@ void Profiles(FuzzNumbers& in)
     }
 }
 
+// A start near a good posture or anywhere, a target near its pose or anywhere,
+// limits near sensible ones or anywhere; short moves only, so that a run stays quick.
+void Cartesian(FuzzNumbers& in)
+{
+    static CartMove move;  // large: kept off the stack
+    double start[7] = {10, 40, -20, 70, 15, 50, -30}, offset[7], T[4][4], via[3], turn[6], xyzabc[6];
+    const uint8_t mix = in.byte();
+    in.reals(offset, 7);
+    for (int i = 0; i < 7; ++i)
+        start[i] = mix & 1 ? offset[i] : start[i] + offset[i] * 0.01;
+    FX_Kine_Pilot(&pilot, start, T);
+    in.reals(turn, 6);
+    FX_Matrix42XYZABCDEG(T, xyzabc);
+    for (int i = 0; i < 6; ++i)
+        xyzabc[i] = mix & 2 ? turn[i] : xyzabc[i] * (i < 3 ? 1 : FX_RAD2DEG) + turn[i] * 0.1;
+    FX_XYZABC2Matrix4DEG(xyzabc, T);
+    if (mix & 4)
+        Pose(in, T);
+    in.reals(via, 3);
+    CartLimits limits{250, 1000, 10000, 90, 360, 3600, {}, {}, 0.004, 400};
+    for (int i = 0; i < 7; ++i)
+        limits.joint_speed[i] = 98, limits.joint_acc[i] = 490;
+    if (mix & 8) {
+        double* field = &limits.speed;
+        field[in.byte() % 21] = in.real();
+    }
+    if (mix & 16)
+        limits.max_samples = in.count() % 1000;
+    const CartElbow elbow{static_cast<unsigned char>(in.byte() % 4), in.real()};
+    const bool planned = mix & 32 ? FX_CartPlanCirc(&move, &pilot, &lmt, start, via, T, &limits, &elbow)
+                                  : FX_CartPlanLin(&move, &pilot, &lmt, start, T, &limits, &elbow);
+    CartSample sample;
+    FX_CartSampleAt(&move, in.count(), &sample);
+    if (planned) {
+        CartStepper stepper;
+        FX_CartStepperStart(&move, &stepper);
+        while (FX_CartStep(&move, &stepper, &sample)) {
+        }
+    }
+    ArmModel model;
+    ArmBranch branch;
+    ArmPose arm;
+    ArmAngleIntervals intervals;
+    FX_ArmModelOf(&pilot, &model);
+    if (FX_ArmBranchOf(&model, &lmt, start, &branch)) {
+        const double margin = in.real();
+        FX_ArmAngleIntervals(&model, &lmt, &branch, T, margin, &intervals);
+        FX_ArmPoseOf(&model, &branch, T, margin, &arm);
+        FX_ArmJoints(&model, &branch, &arm, in.real(), offset);
+    }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -123,10 +179,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (!loaded)
         return 0;
     FuzzNumbers in(data, size);
-    switch (in.byte() % 4) {
+    switch (in.byte() % 5) {
     case 0: PilotIk(in); break;
     case 1: LockedIk(in); break;
     case 2: Dynamics(in); break;
+    case 3: Cartesian(in); break;
     default: Profiles(in); break;
     }
     return 0;

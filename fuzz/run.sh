@@ -3,7 +3,7 @@
 #   fuzz/run.sh BUILD TARGET -runs=3000          a smoke run (what ctest does)
 #   fuzz/run.sh BUILD TARGET -max_total_time=600 as long as one likes
 # BUILD is the main build folder (the targets are in BUILD/fuzz); TARGET is
-# ini, model_file, robot_ini, numeric or motion_csv. New inputs go to BUILD/fuzz/work_TARGET
+# ini, model_file, robot_ini, numeric, motion_csv or urdf. New inputs go to BUILD/fuzz/work_TARGET
 # (smoke_TARGET for a -runs run, so both can run at once), emptied first; a
 # crash, hang or leak leaves its input there as crash-*, timeout-*, leak-* or
 # oom-*: keep it in fuzz/regressions/TARGET.

@@ -1,6 +1,8 @@
 // Robot: the robot object in SI units (rad, m, kg, N m, s), its description's own joint
 // convention and base frame; every computation is the library's.
+#include <algorithm>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <mutex>
 
@@ -8,6 +10,9 @@
 #include "python/PyArrays.h"
 #include "robot/Robot.h"
 #include "robot/RobotIni.h"
+#ifdef TOLVEX_HAVE_URDF
+#include "urdf/UrdfImport.h"
+#endif
 
 namespace tkpy {
 
@@ -30,11 +35,66 @@ auto raising(F f) -> decltype(f())
     }
 }
 
-std::unique_ptr<Robot> fromRobotIni(const std::string& path)
+std::unique_ptr<Robot> fromRobotIni(const std::string& path, py::object model)
 {
     std::fclose(openOrRaise(path));
-    return raising([&] { return std::make_unique<Robot>(tk::readRobotIni(path)); });
+    auto robot = raising([&] { return std::make_unique<Robot>(tk::readRobotIni(path)); });
+    if (!model.is_none()) {
+        const std::string file = model.cast<std::string>();
+        std::fclose(openOrRaise(file));
+        raising([&] { robot->robot.useModelFile(file); });
+    }
+    return robot;
 }
+
+std::unique_ptr<Robot> fromUrdf(const std::string& path, py::object base, py::object tip)
+{
+#ifdef TOLVEX_HAVE_URDF
+    std::fclose(openOrRaise(path));
+    const std::string b = base.is_none() ? "" : base.cast<std::string>();
+    const std::string t = tip.is_none() ? "" : tip.cast<std::string>();
+    return raising([&] { return std::make_unique<Robot>(tk::importUrdf(path, b, t).description); });
+#else
+    (void)path, (void)base, (void)tip;
+    throw std::runtime_error("this module was built without URDF support (Debian package liburdfdom-dev)");
+#endif
+}
+
+// The analytic arm, or ValueError saying why the robot has none.
+tk::AnalyticArm& analytic(Robot& r)
+{
+    if (!r.robot.hasAnalyticIk())
+        throw py::value_error("the robot has no analytic IK: " + r.robot.analyticIkReason());
+    return *r.robot.analytic();
+}
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+// Joints of a solve (NaN where it failed) and its flags, for N items.
+struct Solved {
+    Array q;
+    py::array_t<bool> ok, out_of_reach, shoulder_singular, wrist_singular, pose_missed;
+    Solved(const Batch& b, int n)
+        : q(output(b, {n})), ok(flags(b)), out_of_reach(flags(b)), shoulder_singular(flags(b)),
+          wrist_singular(flags(b)), pose_missed(flags(b))
+    {
+    }
+    void set(long i, int n, const double* joints, const tk::AnalyticIkResult& r)
+    {
+        for (int j = 0; j < n; ++j) q.mutable_data()[n * i + j] = r.ok ? joints[j] : kNaN;
+        ok.mutable_data()[i] = r.ok, out_of_reach.mutable_data()[i] = r.out_of_reach;
+        shoulder_singular.mutable_data()[i] = r.shoulder_singular, wrist_singular.mutable_data()[i] = r.wrist_singular;
+        pose_missed.mutable_data()[i] = r.pose_missed;
+    }
+    py::object result()
+    {
+        py::dict d;
+        d["q"] = q, d["ok"] = field(ok), d["out_of_reach"] = field(out_of_reach);
+        d["shoulder_singular"] = field(shoulder_singular), d["wrist_singular"] = field(wrist_singular);
+        d["pose_missed"] = field(pose_missed);
+        return record(d);
+    }
+};
 
 Shape joints(const Robot& r) { return {r.robot.dof()}; }
 
@@ -110,6 +170,96 @@ void setGravity(Robot& r, py::handle gravity)
     raising([&] { r.robot.setGravity(g.at(0)); });
 }
 
+py::object ik(Robot& r, py::handle pose, py::handle ref)
+{
+    tk::AnalyticArm& arm = analytic(r);
+    Rows poses = finiteRows(pose, "pose", {4, 4}), refs = finiteRows(ref, "ref", joints(r));
+    Batch b = batchOf({&poses, &refs}, "pose and ref");
+    Solved out(b, 7);
+    forEachItem(r.busy, b.count, [&](long i) {
+        double q[7];
+        out.set(i, 7, q, arm.ik(reinterpret_cast<const double(*)[4]>(poses.at(i)), refs.at(i), q));
+    });
+    return out.result();
+}
+
+py::object ikAtArmAngle(Robot& r, py::handle angle, py::handle ref)
+{
+    tk::AnalyticArm& arm = analytic(r);
+    Rows angles = finiteRows(angle, "angle", {}), refs = finiteRows(ref, "ref", joints(r));
+    Batch b = batchOf({&angles, &refs}, "angle and ref");
+    Solved out(b, 7);
+    forEachItem(r.busy, b.count, [&](long i) {
+        double q[7];
+        out.set(i, 7, q, arm.ikAtArmAngle(*angles.at(i), refs.at(i), q));
+    });
+    return out.result();
+}
+
+py::object ikLocked7(Robot& r, py::handle pose, py::handle ref, py::object q7)
+{
+    tk::AnalyticArm& arm = analytic(r);
+    Rows poses = finiteRows(pose, "pose", {4, 4}), refs = finiteRows(ref, "ref", joints(r));
+    const bool held = !q7.is_none();
+    const double q7v = held ? finite(q7.cast<double>(), "q7", 1e4) : 0.0;
+    Batch b = batchOf({&poses, &refs}, "pose and ref");
+    Array q = output(b, {7});
+    py::array_t<bool> ok = flags(b);
+    forEachItem(r.busy, b.count, [&](long i) {
+        double* qi = q.mutable_data() + 7 * i;
+        const double* ri = refs.at(i);
+        ok.mutable_data()[i] = arm.ikLocked7(reinterpret_cast<const double(*)[4]>(poses.at(i)), held ? q7v : ri[6], ri, qi);
+        if (!ok.mutable_data()[i]) std::fill(qi, qi + 7, kNaN);
+    });
+    py::dict d;
+    d["q"] = q, d["ok"] = field(ok);
+    return record(d);
+}
+
+py::object checkLimits(Robot& r, py::handle q)
+{
+    tk::AnalyticArm& arm = analytic(r);
+    Rows in = finiteRows(q, "q", joints(r));
+    Batch b{in.count, !in.single};
+    py::array_t<bool> inside = flags(b);
+    py::array_t<unsigned char> state(b.batched ? Shape{b.count, 7} : Shape{7});
+    Array bound = output(b, {2});
+    forEachItem(r.busy, b.count, [&](long i) {
+        tk::AnalyticLimitVerdict v;
+        inside.mutable_data()[i] = arm.checkLimits(in.at(i), &v);
+        std::memcpy(state.mutable_data() + 7 * i, v.state, 7);
+        std::memcpy(bound.mutable_data() + 2 * i, v.bound, sizeof v.bound);
+    });
+    py::dict d;
+    d["inside"] = field(inside), d["state"] = state, d["bound"] = bound;
+    return record(d);
+}
+
+py::object armAngleMap(Robot& r, py::handle pose, py::handle ref, double step)
+{
+    tk::AnalyticArm& arm = analytic(r);
+    Rows p = finiteRows(pose, "pose", {4, 4}, false), rf = finiteRows(ref, "ref", joints(r), false);
+    finite(step, "step");
+    auto map = std::make_unique<tk::ArmAngleMap>();
+    bool ok;
+    {
+        py::gil_scoped_release nogil;
+        std::lock_guard<std::mutex> hold(r.busy);
+        ok = arm.armAngleMap(reinterpret_cast<const double(*)[4]>(p.at(0)), rf.at(0), step, map.get());
+    }
+    if (!ok && map->flags[0] == 0)
+        throw py::value_error("step must lie within 1.7e-5 and pi/2 rad");
+    const int count = std::min(map->count, PILOT_MAX_ARM_ANGLE_INTERVALS);
+    Array intervals(Shape{count, 2});
+    for (int k = 0; k < count; ++k) {
+        intervals.mutable_at(k, 0) = map->interval[k].start.angle;
+        intervals.mutable_at(k, 1) = map->interval[k].end.angle;
+    }
+    py::dict d;
+    d["ok"] = ok, d["intervals"] = intervals, d["reference"] = map->reference, d["truncated"] = map->truncated;
+    return record(d);
+}
+
 py::object limits(const Robot& r)
 {
     const int n = r.robot.dof();
@@ -133,10 +283,34 @@ void bindRobot(py::module_& m)
                       "A robot in SI units (rad, m, kg, N m, s), in its description's own joint "
                       "convention and base frame: kinematics, the arm's own dynamics for any "
                       "mounting, payload and friction. Each object owns everything it computes with.")
-        .def(py::init(&fromRobotIni), py::arg("robot_ini"),
+        .def(py::init(&fromRobotIni), py::arg("robot_ini"), py::arg("model") = py::none(),
              "Loads arm 0 of a robot.ini: chain (DH with Theta offsets, FLANGE, TOOL, BASE), limits, "
-             "gravity, link DYNAMIC and FRICTION. OSError when the file cannot be opened, ValueError "
-             "with the file's fault in one line.")
+             "gravity, link DYNAMIC and FRICTION; `model`, a model parameter file of the same arm, adds "
+             "the coupled joint-6/7 range. OSError when a file cannot be opened, ValueError with the "
+             "fault in one line.")
+        .def_property_readonly("has_analytic_ik", [](const Robot& r) { return r.robot.hasAnalyticIk(); },
+                               "True for a seven-joint arm of the analytic-IK form.")
+        .def_property_readonly("analytic_ik_reason", [](const Robot& r) { return r.robot.analyticIkReason(); },
+                               "Which condition of the analytic-IK form fails and by how much ('' when none).")
+        .def("ik", &ik, py::arg("pose"), py::arg("ref"),
+             "Analytic IK of a flange pose (4, 4) in metres with the elbow by the reference ref (7,) rad: "
+             "q (NaN unless ok), ok, out_of_reach, shoulder_singular, wrist_singular, pose_missed.")
+        .def("ik_at_arm_angle", &ikAtArmAngle, py::arg("angle"), py::arg("ref"),
+             "The pose of the last ik (or arm_angle_map) with the elbow turned by `angle` rad about the "
+             "shoulder-wrist line from ref's elbow plane; the tool stays put.")
+        .def("ik_locked7", &ikLocked7, py::arg("pose"), py::arg("ref"), py::arg("q7") = py::none(),
+             "Joint 7 held at q7 (default ref[6]): the solution nearest ref; q (NaN unless ok), ok.")
+        .def("check_limits", &checkLimits, py::arg("q"),
+             "Full limit verdict: inside, state (7,) per joint (0 inside, 1 below min, 2 above max, 3 beyond "
+             "the joint-6/7 corner curve, 4 not a number), bound (2,) the joint-6/7 boundary point, rad.")
+        .def("arm_angle_map", &armAngleMap, py::arg("pose"), py::arg("ref"), py::arg("step") = 0.0174532925199432957,
+             "Usable arm-angle intervals (k, 2) in rad (from ref's elbow plane; end < start wraps through pi) "
+             "for the flange pose; ok, reference (index of the interval holding ref's own, or -1), truncated.")
+        .def_static("from_urdf", &fromUrdf, py::arg("path"), py::arg("base") = py::none(), py::arg("tip") = py::none(),
+                    "A robot from a URDF: the chain from `base` (default the root link) to `tip` (default the one "
+                    "leaf of the movable joints), joints in the URDF's own convention, inertials, limits, friction "
+                    "(dynamics damping and friction), gravity -9.81 along the root's z. ValueError naming the "
+                    "element and the reason for a file that cannot be used (a branching tree lists the tips).")
         .def_property_readonly("dof", [](const Robot& r) { return r.robot.dof(); })
         .def_property_readonly("name", [](const Robot& r) { return r.robot.description().name; })
         .def_property_readonly("gravity", [](const Robot& r) { return Array(3, r.robot.description().gravity); },

@@ -191,7 +191,7 @@ AnalyticIkResult AnalyticArm::finish(unsigned char solved, const unsigned char* 
     const double* fore = nbase_.fore_frame;
     if (u[0] * upper[2] + u[1] * upper[5] + u[2] * upper[8] < 0) model[2] += 180.0;
     if (u[0] * fore[2] + u[1] * fore[5] + u[2] * fore[8] < 0) model[4] += 180.0;
-    if (!result.shoulder_singular && !result.wrist_singular) {
+    {  // beside a singularity the solver averages joints, which need not give the pose back either
         double missed = missedBy(model);
         if (fit_.geometry.variant == 1 && missed > kPoseTolerance) {
             // The Z-Y-X wrist kept (a + 180, b, c + 180); its solution is (a, -b, c).
@@ -203,8 +203,21 @@ AnalyticIkResult AnalyticArm::finish(unsigned char solved, const unsigned char* 
         result.pose_missed = !(missed <= kPoseTolerance);
     }
     result.ok = !result.pose_missed;
-    if (result.ok)
-        for (int i = 0; i < 7; ++i) q[i] = nearRef(fit_.map.fromModel(i, model[i]), ref[i]);
+    if (!result.ok)
+        return result;
+    for (int i = 0; i < 7; ++i) q[i] = nearRef(fit_.map.fromModel(i, model[i]), ref[i]);
+    if (!result.wrist_singular) {
+        // The wrist's other branch (joint 6 mirrored, joints 5 and 7 half a turn on)
+        // gives the same pose: the one nearer the reference keeps the wrist on its side.
+        const double twin[7] = {model[0], model[1], model[2], model[3], model[4] + 180.0, -model[5], model[6] + 180.0};
+        double other[3], near = 0.0, far = 0.0;
+        for (int k = 0; k < 3; ++k) {
+            other[k] = nearRef(fit_.map.fromModel(4 + k, twin[4 + k]), ref[4 + k]);
+            near += (q[4 + k] - ref[4 + k]) * (q[4 + k] - ref[4 + k]);
+            far += (other[k] - ref[4 + k]) * (other[k] - ref[4 + k]);
+        }
+        if (far < near && missedBy(twin) <= kPoseTolerance) std::copy(other, other + 3, q + 4);
+    }
     return result;
 }
 

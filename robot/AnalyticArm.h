@@ -77,8 +77,11 @@ public:
     //    (the model's straight-elbow angle is set to the stretched arm's, see pilot());
     //  - an upper arm or forearm pointing back along the shoulder-wrist line turns its
     //    frame, and so joint 3 or joint 5, by half a turn: turned back;
-    //  - the Z-Y-X wrist may keep a candidate that is no solution: its other one is taken.
-    // Where the solver reports no singularity, joints that miss the pose are not returned.
+    //  - the Z-Y-X wrist may keep a candidate that is no solution: its other one is taken;
+    //  - of the wrist's two branches (joint 6 mirrored) the one nearer the reference is
+    //    returned, where the model keeps one whatever the reference.
+    // Joints that miss the pose (by more than 1e-6 mm in the model) are not returned,
+    // also where the solver averaged them beside a singularity.
     AnalyticIkResult ik(const double pose[4][4], const double* ref, double* q);
     // The last solved pose (ik or armAngleMap) with the elbow turned by `psi` (rad) about
     // the shoulder-wrist line from the reference's elbow plane. Not ok before any solve.

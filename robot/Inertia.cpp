@@ -8,32 +8,37 @@ namespace tk {
 
 namespace {
 
-// Eigenvalues of the symmetric matrix (xx, xy, xz, yy, yz, zz), ascending.
-void principalMoments(const double* I, double e[3])
+// Eigenvalues of the symmetric matrix, ascending, by Jacobi rotations (accurate for
+// the small off-diagonal terms of nearly principal axes).
+void symmetricEigenvalues(const double in[3][3], double out[3])
 {
-    const double xx = I[0], xy = I[1], xz = I[2], yy = I[3], yz = I[4], zz = I[5];
-    const double off = xy * xy + xz * xz + yz * yz;
-    if (off == 0.0) {
-        e[0] = xx, e[1] = yy, e[2] = zz;
-    } else {
-        const double q = (xx + yy + zz) / 3.0;
-        const double p = std::sqrt(((xx - q) * (xx - q) + (yy - q) * (yy - q) + (zz - q) * (zz - q) + 2.0 * off) / 6.0);
-        const double a = (xx - q) / p, b = (yy - q) / p, c = (zz - q) / p;
-        const double u = xy / p, v = xz / p, w = yz / p;
-        const double r = std::clamp((a * (b * c - w * w) - u * (u * c - w * v) + v * (u * w - b * v)) / 2.0, -1.0, 1.0);
-        const double phi = std::acos(r) / 3.0;
-        e[2] = q + 2.0 * p * std::cos(phi);
-        e[0] = q + 2.0 * p * std::cos(phi + 2.0943951023931957);
-        e[1] = 3.0 * q - e[0] - e[2];
+    double a[3][3];
+    std::copy(&in[0][0], &in[0][0] + 9, &a[0][0]);
+    for (int sweep = 0; sweep < 50; ++sweep) {
+        const double off = a[0][1] * a[0][1] + a[0][2] * a[0][2] + a[1][2] * a[1][2];
+        const double diagonal = a[0][0] * a[0][0] + a[1][1] * a[1][1] + a[2][2] * a[2][2];
+        if (!(off > 1e-36 * diagonal))
+            break;
+        for (int p = 0; p < 2; ++p) {
+            for (int q = p + 1; q < 3; ++q) {
+                if (a[p][q] == 0.0)
+                    continue;
+                const double tau = (a[q][q] - a[p][p]) / (2.0 * a[p][q]);
+                const double t = (tau >= 0 ? 1.0 : -1.0) / (std::abs(tau) + std::sqrt(1.0 + tau * tau));
+                const double c = 1.0 / std::sqrt(1.0 + t * t), s = t * c;
+                for (int k = 0; k < 3; ++k) {  // columns p, q
+                    const double kp = a[k][p], kq = a[k][q];
+                    a[k][p] = c * kp - s * kq, a[k][q] = s * kp + c * kq;
+                }
+                for (int k = 0; k < 3; ++k) {  // rows p, q
+                    const double pk = a[p][k], qk = a[q][k];
+                    a[p][k] = c * pk - s * qk, a[q][k] = s * pk + c * qk;
+                }
+            }
+        }
     }
-    std::sort(e, e + 3);
-}
-
-std::string moments(const double e[3])
-{
-    char text[96];
-    std::snprintf(text, sizeof text, "%g, %g, %g kg m^2", e[0], e[1], e[2]);
-    return text;
+    out[0] = a[0][0], out[1] = a[1][1], out[2] = a[2][2];
+    std::sort(out, out + 3);
 }
 
 }  // namespace
@@ -53,13 +58,28 @@ std::string inertialProblem(const LinkInertial& body)
     for (double v : body.inertia) noInertia = noInertia && v == 0.0;
     if (body.mass == 0.0)
         return noInertia ? "" : "a massless link has inertia";
-    double e[3];
-    principalMoments(body.inertia, e);
-    if (!(e[0] > 0.0))
-        return "inertia is not positive definite (principal moments " + moments(e) + ")";
-    if (e[2] > e[0] + e[1] + 1e-9 * (e[0] + e[1] + e[2]))
-        return "principal moments break the triangle inequality (" + moments(e) + ")";
-    return "";
+    const double* I = body.inertia;
+    const double matrix[3][3] = {{I[0], I[1], I[2]}, {I[1], I[3], I[4]}, {I[2], I[4], I[5]}};
+    return inertiaFault(matrix);
+}
+
+std::string inertiaFault(const double inertia[3][3])
+{
+    double moment[3];
+    symmetricEigenvalues(inertia, moment);
+    char text[160];
+    // Room for the rounding of values written with a few digits, as a thin disc's are.
+    const double slack = 1e-9 * (std::abs(moment[0]) + std::abs(moment[1]) + std::abs(moment[2]));
+    if (!(moment[0] > 0.0))
+        std::snprintf(text, sizeof text, "inertia is not positive definite (principal moments %.6g, %.6g, %.6g)",
+                      moment[0], moment[1], moment[2]);
+    else if (!(moment[0] + moment[1] >= moment[2] - slack))
+        std::snprintf(text, sizeof text,
+                      "inertia breaks the triangle inequality (principal moments %.6g + %.6g < %.6g)", moment[0],
+                      moment[1], moment[2]);
+    else
+        return "";
+    return text;
 }
 
 OriginInertia aboutOrigin(const LinkInertial& body, const double pose[4][4])

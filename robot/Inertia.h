@@ -10,10 +10,13 @@
 namespace tk {
 
 // Empty when `body` can be a rigid body; otherwise the reason, for example
-// "inertia is not positive definite (principal moments 0.01, -0.002, 0.03 kg m^2)".
-// A massless body must have no inertia; a body with mass needs positive principal
-// moments that satisfy the triangle inequality.
+// "inertia is not positive definite (principal moments -0.002, 0.01, 0.03)".
+// A massless body must have no inertia; a body with mass needs an inertia that
+// inertiaFault passes.
 std::string inertialProblem(const LinkInertial& body);
+// Empty when the inertia about the centre of mass is positive definite and its principal
+// moments obey the triangle inequality (to 1e-9 of their sum); otherwise the reason.
+std::string inertiaFault(const double inertia[3][3]);
 
 // A body's parameters about a frame's origin, in that frame's axes.
 struct OriginInertia {

@@ -100,6 +100,22 @@ void tk_robot_coriolis_matrix(tk_robot* robot, const double* q, const double* qd
     robot->robot.coriolisMatrix(q, qd, coriolis);
 }
 
+int tk_robot_has_analytic_ik(const tk_robot* robot) { return robot->robot.hasAnalyticIk() ? 1 : 0; }
+
+const char* tk_robot_analytic_ik_reason(const tk_robot* robot) { return robot->robot.analyticIkReason().c_str(); }
+
+int tk_robot_ik(tk_robot* robot, const double pose[16], const double* ref, double* q, unsigned char flags[3])
+{
+    tk::AnalyticArm* arm = robot->robot.analytic();
+    if (!arm) {
+        flags[0] = flags[1] = flags[2] = 1;
+        return 0;
+    }
+    const tk::AnalyticIkResult r = arm->ik(reinterpret_cast<const double(*)[4]>(pose), ref, q);
+    flags[0] = r.out_of_reach, flags[1] = r.shoulder_singular, flags[2] = r.wrist_singular;
+    return r.ok ? 1 : 0;
+}
+
 int tk_robot_set_payload(tk_robot* robot, double mass, const double com[3], const double inertia[6],
                          char* error, size_t error_size)
 {

@@ -31,6 +31,15 @@ void tk_robot_mass_matrix(tk_robot* robot, const double* q, double* mass);      
 void tk_robot_coriolis_matrix(tk_robot* robot, const double* q, const double* qd,
                               double* coriolis);                                  /* dof x dof */
 
+/* 1 for a seven-joint arm of the analytic-IK form; otherwise 0, and the reason says which
+   condition fails and by how much. */
+int tk_robot_has_analytic_ik(const tk_robot* robot);
+const char* tk_robot_analytic_ik_reason(const tk_robot* robot);
+/* Analytic IK of a flange pose (row-major 4x4, m) with the elbow by the reference ref (rad).
+   Returns 1 when q holds seven joints; flags: out of reach, shoulder singular, wrist singular
+   (all three set when the robot has no analytic form). */
+int tk_robot_ik(tk_robot* robot, const double pose[16], const double* ref, double* q, unsigned char flags[3]);
+
 /* inertia: xx, xy, xz, yy, yz, zz about the centre of mass, flange axes. */
 int tk_robot_set_payload(tk_robot* robot, double mass, const double com[3], const double inertia[6],
                          char* error, size_t error_size);

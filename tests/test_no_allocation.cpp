@@ -82,6 +82,22 @@ TEST(NoAllocation, EveryCycleCall)
     static FXAVGF filter;
     static NSPBase base;
     static PilotArmAngleMap map;
+    static CartMove line, arc;  // Cartesian moves: planning and stepping
+    static CartStepper stepper;
+    static ArmAngleIntervals intervals;
+    CartSample sample;
+    ArmModel arm_model;
+    ArmBranch branch;
+    CartLimits limits{250, 1000, 10000, 90, 360, 3600, {}, {}, 0.001, 100000};
+    const CartElbow hold{CART_ELBOW_HOLD, 0}, automatic{CART_ELBOW_AUTO, 0};
+    for (int i = 0; i < 7; ++i) limits.joint_speed[i] = lmt.JointLim3[i], limits.joint_acc[i] = lmt.JointLim4[i];
+    double start[7] = {10, 40, -20, 70, 15, 50, -30}, from[4][4], to[4][4], via[3];
+    FX_Kine_Pilot(&pilot, start, from);
+    FX_ArmModelOf(&pilot, &arm_model);
+    ASSERT_TRUE(FX_ArmBranchOf(&arm_model, &lmt, start, &branch));
+    FX_M44Copy(from, to);
+    to[0][3] += 80, to[1][3] -= 60;
+    via[0] = from[0][3] + 40, via[1] = from[1][3] - 10, via[2] = from[2][3] + 20;
     PilotLimitVerdict verdict;
     ASSERT_EQ(FXNSyncDTS_OnInit(&sync, 8, 1, lim, acc, jerk), 1);
     ASSERT_EQ(FXVDT_OnInit(&axis, 1, 100, 500), 1);
@@ -92,20 +108,11 @@ TEST(NoAllocation, EveryCycleCall)
     long rows = 0;
     tk::Robot robot(tk::readRobotIni(TOLVEX_EXAMPLES_DIR "/robot.ini"));
     double robotJ[42], robotM[49], robotC[49];
-    // The analytic arm of the example chain, and a flange pose of it in metres.
-    tk::RobotDescription description;
-    description.dof = 7;
-    for (int i = 0; i < 7; ++i) {
-        const FX_Link& l = rob.links[i];
-        description.joint[i] = {l.alpha, l.a, l.d, l.theta};
-        description.limits[i].lower = -3, description.limits[i].upper = 3;
-    }
-    const auto arm = tk::AnalyticArm::fit(description, nullptr);
+    // The robot's analytic arm, and a flange pose of it in metres.
+    tk::AnalyticArm* arm = robot.analytic();
     ASSERT_TRUE(arm);
     double model[7], arm_pose[4][4], model_pose[4][4];
-    arm->jointMap().toModel(q, model);
-    FX_Kine_Pilot(&arm->pilot(), model, model_pose);
-    arm->fromModelPose(model_pose, arm_pose);
+    robot.fk(q, arm_pose);
     tk::LockedSolutions locked;
     tk::AnalyticLimitVerdict arm_verdict;
     static tk::ArmAngleMap arm_map;
@@ -162,9 +169,19 @@ TEST(NoAllocation, EveryCycleCall)
         }
         arm->armAngleMap(arm_pose, q, 0.1, &arm_map);
         FX_PilotArmAngleMap(&pilot, &lmt, qdeg, pose, 5, &base, &map);
+        FX_ArmAngleIntervals(&arm_model, &lmt, &branch, from, 1, &intervals);
+        FX_CartPlanLin(&line, &pilot, &lmt, start, to, &limits, &hold);
+        FX_CartPlanCirc(&arc, &pilot, &lmt, start, via, to, &limits, &automatic);
+        FX_CartStepperStart(&line, &stepper);
+        while (FX_CartStep(&line, &stepper, &sample)) {
+        }
+        FX_CartSampleAt(&arc, 10, &sample);
     });
     EXPECT_EQ(count, 0);
     EXPECT_GE(map.count, 1);
     EXPECT_GE(arm_map.count, 1);
     EXPECT_EQ(locked.count, 8);
+    EXPECT_TRUE(line.ok && arc.ok) << line.reason << arc.reason;
+    EXPECT_EQ(stepper.next, line.samples);
+    EXPECT_GE(intervals.count, 1);
 }

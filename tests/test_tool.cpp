@@ -155,8 +155,13 @@ TEST(Tool, ViewWritesThePageOrSaysWhatIsMissing)
     const std::string model = tk::tempFile("odd<name\".txt", fileText(TOLVEX_EXAMPLES_DIR "/model-1017.txt"));
     const std::string motion = tk::tempFile("motion.csv", "0,1,2,3\n");
     const std::string ini = tk::tempFile("broken.ini", "[R.A0.BASIC]\nDof=7\n");
-    const std::string urdf = TOLVEX_URDF_BUILT ? "" : "tolvex-kine: view: --urdf needs the URDF import library, which the "
-                                                      "build makes where liburdfdom-dev is installed\n";
+#ifdef TOLVEX_HAVE_URDF
+    const std::string urdf = tk::tempFile("view.urdf", ""), missingUrdf = "";
+    ASSERT_EQ(tool("urdf -o '" + urdf + "'").status, 0);
+#else
+    const std::string urdf = "", missingUrdf = "tolvex-kine: urdf 'missing.urdf': this tool was built without URDF "
+                                               "support (Debian package liburdfdom-dev)\n";
+#endif
     const struct {
         std::string args;
         int status;
@@ -164,8 +169,8 @@ TEST(Tool, ViewWritesThePageOrSaysWhatIsMissing)
     } cases[] = {
         {"view -o page.html", 0, ""},
         {"view --robot '" + ini + "'", 2, "tolvex-kine: robot.ini '" + ini + "': [R.A0.BASIC] lacks \"GravityX\"\n"},
-        {"view --urdf missing.urdf", 2, urdf},
-        {"view --tip tool0", 2, "tolvex-kine: view: --base and --tip name links of a URDF; give them with --urdf\n"},
+        {"view --urdf missing.urdf", 2, missingUrdf},
+        {"view --tip tool0", 2, "tolvex-kine: --base and --tip go with --urdf\n"},
         {"view --model a.txt --urdf b.urdf", 2, "tolvex-kine: view: give one of --model, --robot, --urdf (see 'tolvex-kine view --help')\n"},
         {"view --model missing.txt", 1, "tolvex-kine: model file 'missing.txt': No such file or directory\n"},
         {"view --motion '" + motion + "'", 1, "tolvex-kine: motion file '" + motion +
@@ -188,4 +193,53 @@ TEST(Tool, ViewWritesThePageOrSaysWhatIsMissing)
     const std::string odd = fileText(testing::TempDir() + "odd.html");
     EXPECT_NE(odd.find("{\"robot\": {\"description\": \"model\", \"name\": \""), std::string::npos);
     EXPECT_NE(odd.find("odd\\u003cname\\\".txt\", \"base64\": \"MTAxNwowICAgICAwICAgIDM0MCAgMCAgICAgIC0x"), std::string::npos);
+    // A URDF arm goes in as the robot.ini of the robot imported from it.
+    if (!urdf.empty()) {
+        ASSERT_EQ(tool("view --urdf '" + urdf + "' -o urdf.html").status, 0);
+        EXPECT_NE(fileText(testing::TempDir() + "urdf.html").find("{\"robot\": {\"description\": \"robot\", \"name\": "
+                                                                  "\"\\\"TolvexArm7-Dual\\\" from " + urdf + "\", \"base64\": \"W1Iu"),
+                  std::string::npos);
+    }
 }
+
+#ifdef TOLVEX_HAVE_URDF
+TEST(Tool, ImportsTheUrdfItExportsAndRefusesBadOnes)
+{
+    const std::string urdf = tk::tempFile("arm.urdf", ""), dir = testing::TempDir() + "imported";
+    ASSERT_EQ(tool("urdf -o '" + urdf + "'").status, 0);
+    const Result in = tool("import '" + urdf + "' -o '" + dir + "' --csv");
+    ASSERT_EQ(in.status, 0) << in.err;
+    EXPECT_NE(in.out.find("Analytic-IK form: yes, wrist Z-Y-Z (type 1007), d1 340.000, d3 400.000, a 20.000"), std::string::npos);
+    for (const auto& row : table(in.out, "Validation", 1, 2))
+        for (double v : row) EXPECT_LT(v, 1e-9);
+    // The written files are the same arm through both controller routes and the robot object.
+    const auto fk = [](const std::string& args) { return table(tool("fk --csv " + args + kQ).out, "Tool pose as XYZABC", 0, 6).at(0); };
+    tk::expectNear(fk("--model '" TOLVEX_EXAMPLES_DIR "/model-1007.txt'").data(), fk("--model '" + dir + "/model.txt'").data(), 6, 1e-9);
+    tk::expectNear(fk("--model '" TOLVEX_EXAMPLES_DIR "/model-1007.txt'").data(), fk("--urdf '" + urdf + "'").data(), 6, 1e-9);
+    const auto dyn = [](const std::string& args) { return table(tool("dyn --csv --q" + kQ + " --qd" + kQ + args).out, "Joint torques", 4, 5); };
+    const auto want = dyn(""), fromIni = dyn(" --robot '" + dir + "/robot.ini'"), fromUrdf = dyn(" --urdf '" + urdf + "'");
+    for (int i = 0; i < 7; ++i) {
+        tk::expectNear(want[i].data(), fromIni[i].data(), 5, 1e-9, "robot.ini");
+        tk::expectNear(want[i].data(), fromUrdf[i].data(), 5, 1e-9, "urdf");
+    }
+    // An offset wrist: dynamics yes, the numeric model no, with the reason.
+    std::string text = fileText(TOLVEX_EXAMPLES_DIR "/robot.ini");
+    text.replace(text.find("[R.A0.L6.DH]\nAlpha=-90\nA=0"), 26, "[R.A0.L6.DH]\nAlpha=-90\nA=88");
+    const std::string offset = tk::tempFile("offset.urdf", "");
+    ASSERT_EQ(tool("urdf --robot '" + tk::tempFile("offset.ini", text) + "' -o '" + offset + "'").status, 0);
+    EXPECT_EQ(tool("dyn --urdf '" + offset + "' --q" + kQ).status, 0);
+    EXPECT_EQ(tool("fk --urdf '" + offset + "'" + kQ).err,
+              "tolvex-kine: urdf '" + offset + "': no numeric model, the arm has not the analytic-IK form: joints 5-7 do not "
+              "meet in a point: axis 7 passes 88.0 mm from the wrist centre\n");
+    const std::string prismatic = tk::tempFile("prismatic.urdf", "<robot name='p'><link name='a'/><link name='b'/>"
+        "<joint name='slide' type='prismatic'><parent link='a'/><child link='b'/><limit lower='0' upper='1' effort='1' velocity='1'/></joint></robot>");
+    for (const std::string& bad : {prismatic, tk::tempFile("not.urdf", "not xml at all")}) {
+        const Result r = tool("import '" + bad + "' -o '" + dir + "-bad'");
+        EXPECT_EQ(r.status, 2);
+        EXPECT_EQ(r.err.rfind("tolvex-kine: urdf '" + bad + "': ", 0), 0u) << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1);
+    }
+    EXPECT_NE(tool("import '" + prismatic + "'").err.find("slide"), std::string::npos);
+    EXPECT_FALSE(std::ifstream(dir + "-bad/robot.ini").good());
+}
+#endif

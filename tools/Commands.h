@@ -34,6 +34,8 @@ int runUrdf(const ParsedArgs& args);
 int runSpan(const ParsedArgs& args);
 
 int runProfile(const ParsedArgs& args);
+// A URDF in: report and the files of the controller routes.
+int runImport(const ParsedArgs& args);
 
 // The browser view: one HTML page with the arm in 3D, computed by the library in WebAssembly.
 int runView(const ParsedArgs& args);

@@ -48,6 +48,14 @@ void reportChainFk(Report& report, double qDeg[7])
 
 int runIni(const ParsedArgs& args)
 {
+    if (args.has("--urdf")) {
+        loadRobotOf(args);
+        Report report(formatOf(args));
+        report.note("robot.ini: the one written for urdf '" + args.texts.at("--urdf") + "' (see 'import')");
+        reportChainLinks(report);
+        report.print(stdout);
+        return 0;
+    }
     std::string path = args.textOr("--robot", "");
     bool ok = false;
     std::string lines = loadRobotIni(path, &ok);
@@ -71,7 +79,7 @@ int runIni(const ParsedArgs& args)
 
 int runChainFk(const ParsedArgs& args)
 {
-    loadRobot(args.textOr("--robot", ""));
+    loadRobotOf(args);
     requireSevenLinks("chain-fk");
     return printJointSection(args, reportChainFk);
 }

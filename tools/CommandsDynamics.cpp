@@ -72,7 +72,7 @@ void reportGravityTorques(Report& report, tk::Robot& robot, const std::vector<st
 
 int runDyn(const ParsedArgs& args)
 {
-    tk::Robot robot = loadProductRobot(args.textOr("--robot", ""));
+    tk::Robot robot = robotOf(args);
     const int n = robot.dof();
     const std::vector<double> rest(n, 0.0);
     const std::vector<double> qDeg = args.numbersOr("--q", rest), qdDeg = args.numbersOr("--qd", rest),

@@ -184,7 +184,7 @@ int runPsiMap(const ParsedArgs& args)
     double step = args.numbersOr("--step", {1.0})[0];
     if (!(step >= 0.001 && step <= 90))
         throw UsageError("psi-map: --step must be from 0.001 to 90 deg");
-    loadModel(args.textOr("--model", ""));
+    loadModelOf(args);
     double ref[7], target[6];
     copyValues(args.numbers.at("--ref"), ref, 7);
     copyValues(args.values, target, 6);

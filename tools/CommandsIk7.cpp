@@ -109,7 +109,7 @@ bool reportIk7(Report& report, const std::vector<double>& q7s, double* ref, doub
 
 int runIk7(const ParsedArgs& args)
 {
-    loadRobot(args.textOr("--robot", ""));
+    loadRobotOf(args);
     double target[6], ref[7];
     copyValues(args.values, target, 6);
     bool withRef = args.has("--ref");
@@ -128,7 +128,7 @@ int runIk7(const ParsedArgs& args)
 
 int runSpan(const ParsedArgs& args)
 {
-    loadRobot(args.textOr("--robot", ""));
+    loadRobotOf(args);
     double target[6], ref[7], T[4][4];
     copyValues(args.values, target, 6);
     copyValues(args.numbers.at("--ref"), ref, 7);

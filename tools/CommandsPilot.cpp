@@ -1,5 +1,5 @@
 // Commands on the numeric model file route: fk, jacobian, limits, ik, nsp (fk and ik
-// hand --robot and --urdf to the robot object's route).
+// hand --robot to the robot object's route).
 #include <cmath>
 
 #include "interface/Globals.h"
@@ -195,16 +195,17 @@ int printJointSection(const ParsedArgs& args, void (*section)(Report&, double*),
 
 int runFk(const ParsedArgs& args)
 {
-    if (robotGiven("fk", args))
+    requireOneArm("fk", args);
+    if (args.has("--robot"))
         return runRobotFk(args);
     requireValues("fk", args, 7, "q1 ... q7");
-    loadModel(args.textOr("--model", ""));
+    loadModelOf(args);
     return printJointSection(args, reportFk);
 }
 
 int runJacobian(const ParsedArgs& args)
 {
-    loadModel(args.textOr("--model", ""));
+    loadModelOf(args);
     return printJointSection(
         args, reportJacobian,
         "Columns are per radian of joint motion; rows 0-2 in metres, rows 3-5 the joint axes.");
@@ -212,7 +213,7 @@ int runJacobian(const ParsedArgs& args)
 
 int runLimits(const ParsedArgs& args)
 {
-    loadModel(args.textOr("--model", ""));
+    loadModelOf(args);
     Report report(formatOf(args));
     reportLimits(report, {args.values});
     report.print(stdout);
@@ -223,9 +224,10 @@ int runLimits(const ParsedArgs& args)
 
 int runIk(const ParsedArgs& args)
 {
-    if (robotGiven("ik", args))
+    requireOneArm("ik", args);
+    if (args.has("--robot"))
         return runRobotIk(args);
-    loadModel(args.textOr("--model", ""));
+    loadModelOf(args);
     double ref[7], target[6], out[7];
     copyValues(args.numbers.at("--ref"), ref, 7);
     copyValues(args.values, target, 6);
@@ -237,7 +239,7 @@ int runIk(const ParsedArgs& args)
 
 int runNsp(const ParsedArgs& args)
 {
-    loadModel(args.textOr("--model", ""));
+    loadModelOf(args);
     double ref[7], target[6];
     copyValues(args.numbers.at("--ref"), ref, 7);
     copyValues(args.values, target, 6);

@@ -66,7 +66,8 @@ std::string fileJson(const std::string& name, const std::vector<char>& bytes, co
 // page reads back into the same robot. *dof: the arm's joints.
 std::string armJson(const ParsedArgs& args, int* dof)
 {
-    if (!robotGiven("view", args) && args.has("--model")) {
+    requireOneArm("view", args);
+    if (args.has("--model")) {
         const std::string path = args.texts.at("--model");
         std::vector<char> bytes = modelBytes(path);
         loadModelText(bytes, modelName(path));

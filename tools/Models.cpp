@@ -14,10 +14,10 @@
 #include "interface/RobotIniRoute.h"
 #include "tools/Cli.h"
 #include "robot/RobotIni.h"
-#include "tools/EmbeddedExamples.h"
-#if TOLVEX_TOOL_URDF
+#ifdef TOLVEX_HAVE_URDF
 #include "urdf/UrdfImport.h"
 #endif
+#include "tools/EmbeddedExamples.h"
 
 std::string captureStdout(const std::function<void()>& action)
 {
@@ -45,6 +45,24 @@ std::string captureStdout(const std::function<void()>& action)
     std::fclose(sink);
     return text;
 }
+
+std::string TempFile::keep(const std::string& text)
+{
+    const char* dir = std::getenv("TMPDIR");
+    std::string file = std::string(dir && *dir ? dir : "/tmp") + "/tolvex-kine.XXXXXX";
+    int fd = mkstemp(&file[0]);
+    if (fd < 0)
+        throw Failure(std::string("cannot create a temporary file: ") + std::strerror(errno));
+    bool written = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    close(fd);
+    if (!written) {
+        unlink(file.c_str());
+        throw Failure("cannot write a temporary file");
+    }
+    return file;
+}
+
+TempFile::~TempFile() { unlink(path.c_str()); }
 
 std::string modelName(const std::string& path)
 {
@@ -169,22 +187,30 @@ void loadModelText(std::vector<char> text, const std::string& name)
 
 namespace {
 
-// The loaders need a path: the bundled robot.ini in a private temporary file,
-// which the caller removes.
 std::string bundledRobotFile()
 {
-    const char* dir = std::getenv("TMPDIR");
-    std::string file = std::string(dir && *dir ? dir : "/tmp") + "/tolvex-kine-robot.XXXXXX";
-    int fd = mkstemp(&file[0]);
-    if (fd < 0)
-        throw Failure(std::string("cannot create a temporary robot.ini: ") + std::strerror(errno));
-    bool written = write(fd, kBundledRobot.data, kBundledRobot.size) == static_cast<ssize_t>(kBundledRobot.size);
-    close(fd);
-    if (!written) {
-        unlink(file.c_str());
-        throw Failure("cannot write a temporary robot.ini");
+    return TempFile::keep(std::string(reinterpret_cast<const char*>(kBundledRobot.data), kBundledRobot.size));
+}
+
+bool urdfGiven(const ParsedArgs& args)
+{
+    if (!args.has("--urdf") && (args.has("--base") || args.has("--tip")))
+        throw UsageError("--base and --tip go with --urdf");
+    return args.has("--urdf");
+}
+
+tk::RobotDescription urdfDescription(const ParsedArgs& args)
+{
+    const std::string path = args.texts.at("--urdf");
+#ifdef TOLVEX_HAVE_URDF
+    try {
+        return tk::importUrdf(path, args.textOr("--base", ""), args.textOr("--tip", "")).description;
+    } catch (const tk::Error& e) {
+        throw UsageError("urdf '" + path + "': " + e.what());
     }
-    return file;
+#else
+    throw UsageError("urdf '" + path + "': this tool was built without URDF support (Debian package liburdfdom-dev)");
+#endif
 }
 
 }  // namespace
@@ -230,6 +256,44 @@ void loadRobot(const std::string& path)
     throw Failure("robot file '" + robotName(path) + "': " + verdict);
 }
 
+tk::Robot robotOf(const ParsedArgs& args)
+{
+    if (!urdfGiven(args))
+        return loadProductRobot(args.textOr("--robot", ""));
+    try {
+        return tk::Robot(urdfDescription(args));
+    } catch (const tk::Error& e) {
+        throw UsageError("urdf '" + args.texts.at("--urdf") + "': " + e.what());
+    }
+}
+
+void loadModelOf(const ParsedArgs& args)
+{
+    if (!urdfGiven(args)) {
+        loadModel(args.textOr("--model", ""));
+        return;
+    }
+    const tk::Robot robot = robotOf(args);
+    const std::string name = "urdf '" + args.texts.at("--urdf") + "'";
+    if (!robot.hasAnalyticIk())
+        throw UsageError(name + ": no numeric model, the arm has not the analytic-IK form: " + robot.analyticIkReason());
+    const std::string text = robot.analytic()->modelFileText();
+    loadModelText(std::vector<char>(text.begin(), text.end()), name + " (its numeric model)");
+}
+
+void loadRobotOf(const ParsedArgs& args)
+{
+    if (!urdfGiven(args)) {
+        loadRobot(args.textOr("--robot", ""));
+        return;
+    }
+    const TempFile file(tk::robotIniText(robotOf(args).description()));
+    bool ok = false;
+    const std::string lines = loadRobotIni(file.path, &ok);
+    if (!ok)
+        throw Failure("urdf '" + args.texts.at("--urdf") + "': its robot.ini does not load: " + lines);
+}
+
 void requireSevenLinks(const std::string& command)
 {
     if (rob.n != 7)
@@ -244,31 +308,8 @@ tk::RobotDescription readRobotDescription(const std::string& path)
 {
     if (!path.empty())
         return tk::readRobotIni(path);
-    const std::string file = bundledRobotFile();
-    try {
-        tk::RobotDescription description = tk::readRobotIni(file);
-        unlink(file.c_str());
-        return description;
-    } catch (const tk::Error&) {
-        unlink(file.c_str());
-        throw;
-    }
-}
-
-tk::RobotDescription urdfDescription(const std::string& command, const ParsedArgs& args, std::string* name)
-{
-#if TOLVEX_TOOL_URDF
-    (void)command;
-    const std::string& path = args.texts.at("--urdf");
-    const tk::UrdfImport imported = tk::importUrdf(path, args.textOr("--base", ""), args.textOr("--tip", ""));
-    *name = path + " (" + imported.base_link + " to " + imported.tip_link + ")";
-    return imported.description;
-#else
-    (void)args;
-    (void)name;
-    throw UsageError(command + ": --urdf needs the URDF import library, which the build makes where "
-                     "liburdfdom-dev is installed");
-#endif
+    const TempFile file(std::string(reinterpret_cast<const char*>(kBundledRobot.data), kBundledRobot.size));
+    return tk::readRobotIni(file.path);
 }
 
 }  // namespace
@@ -282,26 +323,23 @@ tk::Robot loadProductRobot(const std::string& path)
     }
 }
 
-bool robotGiven(const std::string& command, const ParsedArgs& args)
+void requireOneArm(const std::string& command, const ParsedArgs& args)
 {
     if (args.has("--model") + args.has("--robot") + args.has("--urdf") > 1)
         throw UsageError(command + ": give one of --model, --robot, --urdf (see 'tolvex-kine " + command + " --help')");
-    if (!args.has("--urdf") && (args.has("--base") || args.has("--tip")))
-        throw UsageError(command + ": --base and --tip name links of a URDF; give them with --urdf");
-    return args.has("--robot") || args.has("--urdf");
 }
 
 tk::Robot givenRobot(const std::string& command, const ParsedArgs& args, std::string* name)
 {
-    robotGiven(command, args);
-    std::string source = robotName(args.textOr("--robot", ""));
+    requireOneArm(command, args);
+    const bool urdf = urdfGiven(args);
+    const std::string source = urdf ? args.texts.at("--urdf") : robotName(args.textOr("--robot", ""));
     try {
-        tk::Robot robot(args.has("--urdf") ? urdfDescription(command, args, &source)
-                                           : readRobotDescription(args.textOr("--robot", "")));
+        tk::Robot robot(urdf ? urdfDescription(args) : readRobotDescription(args.textOr("--robot", "")));
         const std::string& called = robot.description().name;
         *name = called.empty() ? source : "\"" + called + "\" from " + source;
         return robot;
     } catch (const tk::Error& e) {
-        throw UsageError(e.what());
+        throw UsageError((urdf ? "urdf '" + source + "': " : std::string()) + e.what());
     }
 }

@@ -15,6 +15,17 @@
 #include "tools/Cli.h"
 #include "tools/EmbeddedExamples.h"
 
+// A private temporary file holding `text`, removed with the object (the library's
+// loaders read paths). keep() leaves the removing to the caller.
+struct TempFile {
+    explicit TempFile(const std::string& text) : path(keep(text)) {}
+    ~TempFile();
+    TempFile(const TempFile&) = delete;
+    TempFile& operator=(const TempFile&) = delete;
+    static std::string keep(const std::string& text);
+    const std::string path;
+};
+
 // Runs `action` with standard output diverted and returns what it printed.
 std::string captureStdout(const std::function<void()>& action);
 
@@ -49,13 +60,21 @@ void requireSevenLinks(const std::string& command);
 // with its own link dynamics. Throws Failure with the file's fault in one line.
 tk::Robot loadProductRobot(const std::string& path);
 
-// True when a command is to work on the robot object (--robot or --urdf given), false for
-// the model file. Throws UsageError when more than one of --model, --robot, --urdf is
-// given, or --base or --tip without --urdf.
-bool robotGiven(const std::string& command, const ParsedArgs& args);
+// What the command line describes: --urdf FILE (with --base and --tip), else --model or
+// --robot, else the bundled examples. A URDF that cannot be used throws UsageError
+// "urdf 'FILE': <element>: <reason>"; one without the analytic form, where the Pilot
+// model is needed, throws UsageError saying why.
+tk::Robot robotOf(const ParsedArgs& args);
+// The Pilot model into `pilot` and `lmt`: the model file, or the numeric model fitted to the URDF.
+void loadModelOf(const ParsedArgs& args);
+// The robot.ini route into `rob` and `ik`: the file, or the robot.ini written for the URDF.
+void loadRobotOf(const ParsedArgs& args);
+
+// Throws UsageError when more than one of --model, --robot, --urdf is given.
+void requireOneArm(const std::string& command, const ParsedArgs& args);
 // The robot object a command is given: --robot FILE (robot.ini) or --urdf FILE [--base LINK]
 // [--tip LINK]; neither: the bundled examples/robot.ini. *name: its name and file, for titles.
-// Throws UsageError with the file's fault in one line, or saying that URDF import is not built.
+// Throws UsageError with the file's fault in one line ("urdf 'FILE': ..." for a URDF).
 tk::Robot givenRobot(const std::string& command, const ParsedArgs& args, std::string* name);
 
 #endif

@@ -27,15 +27,15 @@ const OptionDef kRobot{"--robot", OptionKind::Text, 0, "FILE",
                         "robot.ini (default: the bundled examples/robot.ini)"};
 const OptionDef kRobotObject{"--robot", OptionKind::Text, 0, "FILE",
                               "robot.ini, through the robot object: its own joints and base frame"};
-const OptionDef kUrdf{"--urdf", OptionKind::Text, 0, "FILE",
-                      "URDF, imported into the robot object (built where liburdfdom-dev is installed)"};
-const OptionDef kBase{"--base", OptionKind::Text, 0, "LINK", "with --urdf: the chain's first link (default: the root)"};
-const OptionDef kTip{"--tip", OptionKind::Text, 0, "LINK", "with --urdf: the chain's last link (default: the one leaf)"};
 const OptionDef kRef{"--ref", OptionKind::Numbers, 7, "q1 ... q7", "reference joints [deg]", true};
 const OptionDef kOptionalRef{"--ref", OptionKind::Numbers, 7, "q1 ... q7",
                               "reference joints [deg]: mark the solution selected for them"};
 const OptionDef kCsv{"--csv", OptionKind::Flag, 0, "", "machine-readable CSV output"};
 const OptionDef kJson{"--json", OptionKind::Flag, 0, "", "machine-readable JSON output"};
+
+const OptionDef kUrdf{"--urdf", OptionKind::Text, 0, "FILE", "a URDF in place of --model/--robot"};
+const OptionDef kBase{"--base", OptionKind::Text, 0, "LINK", "with --urdf: the chain's base link (default: the root)"};
+const OptionDef kTip{"--tip", OptionKind::Text, 0, "LINK", "with --urdf: the chain's tip link (default: the one leaf)"};
 
 const char* const kJoints = "q1 ... q7";
 const char* const kTarget = "x y z A B C";
@@ -44,11 +44,11 @@ const std::vector<Command>& commands()
 {
     static const std::vector<Command> kCommands = {
         {"fk", "tool pose of seven joint angles (Pilot model), or a robot's flange pose",
-         "[--model FILE | --robot FILE | --urdf FILE [--base LINK] [--tip LINK]] q1 ... qn",
-         "0 0 0 0 0 0 0", kCheckedByCommand, kJoints, {kModel, kRobotObject, kUrdf, kBase, kTip}, runFk,
+         "[--model FILE | --robot FILE] q1 ... qn", "0 0 0 0 0 0 0", kCheckedByCommand, kJoints,
+         {kModel, kRobotObject}, runFk,
          "Joints in degrees; the pose as a 4x4 matrix (mm) and as XYZABC (mm, degrees,\n"
-         "R = Rz(C) Ry(B) Rx(A)). With --robot or --urdf: one angle per joint of the robot,\n"
-         "its flange pose in the base frame of its description (the browser view's numbers)."},
+         "R = Rz(C) Ry(B) Rx(A)). With --robot: the robot object's flange pose, one angle per\n"
+         "joint, in the base frame of its description, as the browser view shows it."},
         {"jacobian", "6x7 Jacobian of the tool centre (Pilot model)", "[--model FILE] q1 ... q7",
          "10 -30 -20 -60 15 -40 -25", 7, kJoints, {kModel}, runJacobian,
          "Per radian of joint motion: rows 0-2 in m/rad, rows 3-5 (the joint axes) unitless."},
@@ -60,13 +60,12 @@ const std::vector<Command>& commands()
          "The FX_CCSBD_CHECK column shows the host check, which never flags joints 6/7\n"
          "beyond their own ranges."},
         {"ik", "joints for a tool pose, elbow from a reference (Pilot model, or a robot's analytic arm)",
-         "[--model FILE | --robot FILE | --urdf FILE [--base LINK] [--tip LINK]] --ref q1 ... q7 x y z A B C",
-         "--ref 0 -30 0 -60 0 -40 0 700 30 640 150 50 165", 6, kTarget,
-         {kModel, kRobotObject, kUrdf, kBase, kTip, kRef}, runIk,
+         "[--model FILE | --robot FILE] --ref q1 ... q7 x y z A B C",
+         "--ref 0 -30 0 -60 0 -40 0 700 30 640 150 50 165", 6, kTarget, {kModel, kRobotObject, kRef}, runIk,
          "Target in mm and degrees. Reference joint 4 picks the elbow branch, joints 1-2\n"
-         "the elbow plane. Exit status 1 when the target cannot be solved. With --robot or\n"
-         "--urdf: the robot's flange pose in its base frame, joints in its own convention, for\n"
-         "an arm of the analytic form (else exit status 2 with the reason)."},
+         "the elbow plane. Exit status 1 when the target cannot be solved. With --robot: the\n"
+         "robot object's analytic arm, the flange pose in its base frame, the joints in its own\n"
+         "convention (exit status 2, with the reason, for an arm without the analytic form)."},
         {"nsp", "re-solve a pose at other arm angles (elbow turned, tool kept)",
          "[--model FILE] --ref q1 ... q7 --angle PSI x y z A B C",
          "--ref 0 -30 0 -60 0 -40 0 --angle 45 700 30 640 150 50 165", 6, kTarget,
@@ -110,11 +109,12 @@ const std::vector<Command>& commands()
          "--ref 10 -30 -20 -60 15 -40 -25 --step 1 709.5 -21.3 629 -158.2 48.1 -154.8", 6, kTarget,
          {kRobot, kRef, {"--step", OptionKind::Numbers, 1, "S", "joint-7 step [deg] (default 1)"}},
          runSpan, "Probes joint 7 at ref q7 and ref q7 +/- step with the flange at the target."},
-        {"urdf", "the robot.ini link chain as a URDF document", "[--robot FILE] [-o FILE]", "", -1, "",
+        {"urdf", "the robot as a URDF document, with its own dynamics", "[--robot FILE] [-o FILE]", "", -1, "",
          {kRobot, {"-o", OptionKind::Text, 0, "FILE", "write to FILE instead of standard output"}}, runUrdf,
-         "Seven revolute joints with their limits (LimitNeg/LimitPos, VelMax, TorqueMax), links\n"
-         "with the chain's inertial data where it has a mass, the flange as a fixed joint.\n"
-         "Joint origins compose to the chain's forward kinematics (FX_KINE)."},
+         "Revolute joints with their limits, each link's mass, centre of mass and inertia, joint\n"
+         "friction as dynamics damping and friction, the flange as a fixed joint; what URDF has\n"
+         "no element for (rotor inertia, acceleration limits, gravity) in a <tolvexkine> block.\n"
+         "'import' reads it back as the same robot."},
         {"profile", "multi-axis S-curve profile from rest, one CSV row per cycle",
          "--axes N --cycle MS --vmax ... --acc ... --jerk ... --target ... [--summary] [--svg FILE]",
          "--axes 2 --cycle 1 --vmax 100 --acc 500 --jerk 20000 --target 90 -45 --summary", -1, "",
@@ -133,8 +133,7 @@ const std::vector<Command>& commands()
          "[--robot FILE | --urdf FILE [--base LINK] [--tip LINK] | --model FILE] [--motion FILE.csv] "
          "[-o FILE.html]",
          "--robot examples/robot.ini -o arm.html", -1, "",
-         {{"--robot", OptionKind::Text, 0, "FILE", "robot.ini (default: the bundled examples/robot.ini)"}, kUrdf,
-          kBase, kTip, kModel,
+         {kRobot, kModel,
           {"--motion", OptionKind::Text, 0, "FILE.csv", "a motion to play back, as 'move --csv' writes it"},
           {"-o", OptionKind::Text, 0, "FILE.html", "the page to write (default tolvex-view.html)"}},
          runView,
@@ -144,10 +143,31 @@ const std::vector<Command>& commands()
          "library compiled to WebAssembly computes every number. A robot.ini or URDF arm is\n"
          "built into the robot object here and given to the page as robot.ini; an arm without\n"
          "the analytic form gets forward kinematics, sliders and playback, and the page says why."},
+        {"import", "a URDF in: report, robot.ini and model file for the controller routes",
+         "FILE.urdf [--base LINK] [--tip LINK] [-o DIR]", "arm.urdf -o arm", -1, "",
+         {{"-o", OptionKind::Text, 0, "DIR", "write DIR/robot.ini (and DIR/model.txt for the analytic form)"}},
+         runImport,
+         "The report: the joint map (URDF joint, model joint, sign, zero offset, limits), the base\n"
+         "and tool transforms, whether the arm has the analytic-IK form and why not, and the FK\n"
+         "of the written files against the URDF's own frames over 1000 random postures."},
         {"demo", "a guided tour of every capability on the bundled examples", "", "", -1, "", {},
          runDemo, "Readable in a terminal; takes no arguments."},
     };
-    return kCommands;
+    static const std::vector<Command> kWithUrdf = [] {
+        std::vector<Command> all = kCommands;
+        for (Command& c : all) {
+            bool describes = c.run == runImport;
+            for (const OptionDef& o : c.options)
+                describes = describes || std::strcmp(o.name, "--model") == 0 || std::strcmp(o.name, "--robot") == 0;
+            if (describes) {
+                c.options.push_back(kUrdf);
+                c.options.push_back(kBase);
+                c.options.push_back(kTip);
+            }
+        }
+        return all;
+    }();
+    return kWithUrdf;
 }
 
 void printCommandHelp(const Command& c)
@@ -172,7 +192,7 @@ void printHelp()
     std::printf("usage: tolvex-kine <command> [options] [values]\n"
                 "Kinematics, dynamics and motion profiles of the seven-axis arm.\n"
                 "Angles in degrees and lengths in millimetres unless a column says otherwise.\n"
-                "Without --model/--robot the bundled example files are used.\n\ncommands:\n");
+                "Without --model/--robot/--urdf the bundled example files are used.\n\ncommands:\n");
     for (const Command& c : commands())
         std::printf("  %-9s %s\n            e.g. tolvex-kine %s%s%s\n", c.name, c.summary, c.name,
                     c.example[0] ? " " : "", c.example);
@@ -194,6 +214,8 @@ int dispatch(int argc, char** argv)
         if (name != c.name)
             continue;
         std::vector<std::string> args(argv + 2, argv + argc);
+        if (c.run == runImport && !args.empty() && args[0][0] != '-')
+            args.insert(args.begin(), "--urdf");  // import FILE.urdf
         for (const std::string& a : args)
             if (a == "--help" || a == "-h") {
                 printCommandHelp(c);

@@ -74,3 +74,74 @@ def test_robot_bad_input(robot, tmp_path):
     with pytest.raises(ValueError, match="payload: inertia is not positive definite"):
         robot.set_payload(1.0, [0, 0, 0], [1, 0, 0, -1, 0, 1])
     assert np.array_equal(robot.gravity_torques(np.ones(7)), before)
+
+
+def test_analytic_ik_in_the_robots_own_units(robot, tmp_path):
+    assert robot.has_analytic_ik and robot.analytic_ik_reason == ""
+    lim = robot.limits
+    q = RNG.uniform(0.8 * lim.lower, 0.8 * lim.upper, (20, 7))
+    q[:, 3] = RNG.uniform(0.3, 2.0, 20) * RNG.choice([-1, 1], 20)
+    poses = robot.fk(q)
+    r = robot.ik(poses, q)
+    assert r.ok.all()
+    np.testing.assert_allclose(robot.fk(r.q), poses, atol=1e-9)
+    np.testing.assert_allclose(r.q, q, atol=1e-9)
+    swung = robot.ik_at_arm_angle(0.3, q[-1])  # re-solves the last pose
+    assert swung.ok and not np.allclose(swung.q, q[-1])
+    np.testing.assert_allclose(robot.fk(swung.q), poses[-1], atol=1e-9)
+    locked = robot.ik_locked7(poses[0], q[0])
+    assert locked.ok
+    np.testing.assert_allclose(locked.q, q[0], atol=1e-7)
+    over = q[0].copy()
+    over[1] = lim.upper[1] + 0.01
+    v = robot.check_limits(over)
+    assert not v.inside and list(v.state) == [0, 2, 0, 0, 0, 0, 0]
+    m = robot.arm_angle_map(poses[0], q[0])
+    assert m.ok and m.intervals.shape[1] == 2
+    # An arm whose wrist axes do not meet has no analytic IK, and says why.
+    text = open(INI).read().replace("[R.A0.L6.DH]\nAlpha=-90\nA=0", "[R.A0.L6.DH]\nAlpha=-90\nA=88")
+    (tmp_path / "offset.ini").write_text(text)
+    other = tk.Robot(str(tmp_path / "offset.ini"))
+    assert not other.has_analytic_ik and "joints 5-7 do not meet in a point" in other.analytic_ik_reason
+    with pytest.raises(ValueError, match="the robot has no analytic IK: joints 5-7"):
+        other.ik(poses[0], q[0])
+    assert other.fk(q[0]).shape == (4, 4)
+
+
+PENDULUM = """<robot name="pendulum">
+  <link name="world"/>
+  <link name="upper"><inertial><origin xyz="0.2 0 0"/><mass value="2"/><inertia ixx="0.001" iyy="0.03" izz="0.03" ixy="0" ixz="0" iyz="0"/></inertial></link>
+  <link name="lower"><inertial><origin xyz="0.15 0 0"/><mass value="1"/><inertia ixx="0.001" iyy="0.01" izz="0.01" ixy="0" ixz="0" iyz="0"/></inertial></link>
+  {tip}
+  <joint name="shoulder" type="revolute"><parent link="world"/><child link="upper"/><axis xyz="0 -1 0"/>
+    <limit lower="-3" upper="3" effort="50" velocity="2"/><dynamics damping="0.5" friction="1.5"/></joint>
+  <joint name="elbow" type="continuous"><parent link="upper"/><child link="lower"/><origin xyz="0.4 0 0" rpy="0 0 0"/><axis xyz="0 -1 0"/></joint>
+  {more}
+</robot>"""
+
+
+def test_from_urdf_a_double_pendulum(tmp_path):
+    (tmp_path / "p.urdf").write_text(PENDULUM.format(tip="", more=""))
+    r = tk.Robot.from_urdf(str(tmp_path / "p.urdf"))
+    assert r.dof == 2 and not r.has_analytic_ik and "7 joints" in r.analytic_ik_reason
+    for q1, q2 in RNG.uniform(-2, 2, (5, 2)):
+        # Both links swing in the x-z plane (about -y): arm angles measured up from +x.
+        a1, a12 = q1, q1 + q2
+        tip = [0.4 * np.cos(a1) + 0.15 * np.cos(a12), 0.4 * np.sin(a1) + 0.15 * np.sin(a12)]
+        np.testing.assert_allclose(r.fk([q1, q2])[[0, 2], 3], [0.4 * np.cos(a1), 0.4 * np.sin(a1)], atol=1e-12)
+        g2 = 1 * 9.81 * 0.15 * np.cos(a12)
+        g1 = 2 * 9.81 * 0.2 * np.cos(a1) + 1 * 9.81 * tip[0]
+        np.testing.assert_allclose(r.gravity_torques([q1, q2]), [g1, g2], atol=1e-12)
+    np.testing.assert_allclose(r.friction([1.0, 0.0]), [1.5 + 0.5, 0.0])
+    assert r.limits.upper[0] == 3 and r.limits.velocity[0] == 2
+    # A hand with two fingers: the tip must be named, and the error lists the candidates.
+    fingers = ('<link name="f1"/><link name="f2"/>'
+               '<joint name="j1" type="revolute"><parent link="lower"/><child link="f1"/><limit lower="0" upper="1" effort="1" velocity="1"/></joint>'
+               '<joint name="j2" type="revolute"><parent link="lower"/><child link="f2"/><limit lower="0" upper="1" effort="1" velocity="1"/></joint>')
+    (tmp_path / "h.urdf").write_text(PENDULUM.format(tip="", more=fingers))
+    with pytest.raises(ValueError, match="f1.*f2"):
+        tk.Robot.from_urdf(str(tmp_path / "h.urdf"))
+    assert tk.Robot.from_urdf(str(tmp_path / "h.urdf"), tip="f2").dof == 3
+    (tmp_path / "s.urdf").write_text(PENDULUM.format(tip="", more="").replace('name="elbow" type="continuous"', 'name="elbow" type="prismatic"'))
+    with pytest.raises(ValueError, match="elbow"):
+        tk.Robot.from_urdf(str(tmp_path / "s.urdf"))

@@ -1,6 +1,7 @@
 // The browser view in a real browser (headless Chromium driven by Playwright): the
 // pages that `tolvex-kine view` writes (the example robot, a model file, a robot
-// without the analytic form) must show what the tool prints, digit for digit.
+// without the analytic form, the example robot through URDF) must show what the tool
+// prints, digit for digit.
 //   node browser_test.cjs --tool TOLVEX_KINE --examples DIR --chromium CHROMIUM --out DIR
 // Exit 0 passed, 1 failed, 77 skipped (what is missing is said on one line).
 'use strict';
@@ -205,6 +206,16 @@ async function chainPage(page, robot, motion) {
   same(await shownPose(page), fkTable(arm, motion.last), 'scrubbed to the end: the pose of the last row');
 }
 
+// The example robot exported to URDF and imported back by `view --urdf`: the same robot,
+// so the same flange poses and inverse kinematics as `fk --robot` and `ik --robot` of its robot.ini.
+async function urdfPage(page, robot) {
+  const arm = ['--robot', robot];
+  check(await page.locator('#target-section').isVisible(), 'the imported arm has the analytic form');
+  await jointsAndPose(page, arm, [12, -35, 20, -80, 15, 40, -25]);
+  await fkToFifteenDigits(page, arm, 7, 110);
+  await inverseKinematics(page, arm);
+}
+
 async function playMotion(browser, file, arm, last) {
   const page = await openPage(browser, file);
   check((await text(page, 'motion-name')).endsWith(': 51 rows, 1.000 s'), 'the motion from --motion is loaded');
@@ -288,6 +299,17 @@ async function main() {
     const chainView = await openPage(browser, 'view-six-axis.html');
     await chainPage(chainView, chain, chainMotion);
     await chainView.screenshot({ path: 'view-six-axis.png' });
+
+    const exported = spawnSync(options.tool, ['urdf', '-o', 'arm.urdf'], { encoding: 'utf8' });
+    const imported = exported.status === 0 && spawnSync(options.tool, ['view', '--urdf', 'arm.urdf', '-o', 'view-urdf.html'],
+      { encoding: 'utf8' });
+    if (imported && imported.status === 0) {
+      await urdfPage(await openPage(browser, 'view-urdf.html'), robot);
+    } else {
+      // Only where the tool was built without the URDF library; it says so in one line.
+      const why = (imported || exported).stderr.trim();
+      check(why.includes('without URDF support'), `the URDF page is left out: ${why}`);
+    }
 
     const played = await playMotion(browser, 'view-motion.html', ['--robot', robot], robotMotion);
     await played.screenshot({ path: 'view-motion.png' });

@@ -4,7 +4,7 @@
 // Frames come from the library as row-major 4x4 matrices in millimetres; the
 // scene is in metres with z up.
 import {
-  AmbientLight, AxesHelper, BufferGeometry, CapsuleGeometry, CatmullRomCurve3, Color, CylinderGeometry,
+  AmbientLight, AxesHelper, Box3, BufferGeometry, CapsuleGeometry, CatmullRomCurve3, Color, CylinderGeometry,
   DirectionalLight, Float32BufferAttribute, GridHelper, Group, HemisphereLight, Line, LineBasicMaterial, Matrix4,
   Mesh, MeshStandardMaterial, PerspectiveCamera, Scene, SphereGeometry, TubeGeometry, Vector3, WebGLRenderer,
 } from 'three';
@@ -153,8 +153,9 @@ export class ArmView {
 
     this.targetHandles.setSize(0.7);
     this.targetMarker.scale.setScalar(reach);
-    this.camera.position.set(1.25 * reach, -1.35 * reach, 0.95 * reach).add(this.base);
-    this.orbit.target.set(0.2 * reach, 0, 0.4 * reach).add(this.base);
+    // Looking at the middle of the arm from the front right, from far enough to see it whole.
+    new Box3().setFromPoints(points).getCenter(this.orbit.target);
+    this.camera.position.set(1.2 * reach, -1.55 * reach, 0.65 * reach).add(this.orbit.target);
     this.orbit.update();
     this.grid?.removeFromParent();
     this.grid = new GridHelper(2 * reach, 20, 0xadb5bd, 0xdee2e6);
