@@ -132,8 +132,8 @@ const std::vector<Command>& commands()
         {"view", "a 3D view of the arm in one HTML page, computed by the library itself",
          "[--robot FILE | --urdf FILE [--base LINK] [--tip LINK] | --model FILE] [--motion FILE.csv] "
          "[-o FILE.html]",
-         "--robot examples/robot.ini -o arm.html", -1, "",
-         {kRobot, kModel,
+         "-o arm.html", -1, "",
+         {kRobot, {"--model", OptionKind::Text, 0, "FILE", "a numeric model file instead, through the entry points"},
           {"--motion", OptionKind::Text, 0, "FILE.csv", "a motion to play back, as 'move --csv' writes it"},
           {"-o", OptionKind::Text, 0, "FILE.html", "the page to write (default tolvex-view.html)"}},
          runView,

@@ -47,6 +47,7 @@ class Viewer {
     const pose = data.robot.description === 'model' ? 'Tool' : 'Flange';
     $('pose-title').textContent = `${pose} pose (R = Rz(C) Ry(B) Rx(A))`;
     $('target-title').textContent = `${pose} target (drag it in the view, or type it)`;
+    $('arm-angle-title').textContent = `Arm angle: the elbow turns, the ${pose.toLowerCase()} stays`;
     this.q = limits.lower.map((lower, i) => Math.min(Math.max(START_POSTURE[i] ?? 0, lower), limits.upper[i]));
     const start = this.core.fk(this.q);
     this.view.buildArm(core.baseFrame(), start.frames, this.dof);
