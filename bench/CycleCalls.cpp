@@ -202,7 +202,7 @@ void planLine()
     const double shift[6] = {100, -150, 80, 10, -15, 5};
     for (int i = 0; i < 6; ++i) xyzabc[i] = xyzabc[i] * (i < 3 ? 1 : FX_RAD2DEG) + shift[i];
     FX_XYZABC2Matrix4DEG(xyzabc, to);
-    CartLimits limits{150, 500, 5000, 45, 180, 1800, {}, {}, 0.001, 1 << 20};
+    CartLimits limits{150, 500, 5000, 45, 180, 1800, {}, {}, 0.001, 1 << 20, {}, {}};
     for (int i = 0; i < 7; ++i) limits.joint_speed[i] = lmt.JointLim3[i], limits.joint_acc[i] = lmt.JointLim4[i];
     const CartElbow hold{CART_ELBOW_HOLD, 0};
     FX_CartPlanLin(&g_line, &pilot, &lmt, g_joints_deg, to, &limits, &hold);

@@ -107,6 +107,12 @@ struct Planner {
     double usage[CART_NODES + 1];  // the last scan's highest share of a joint limit at each node
 };
 
+// Joint i's angle (deg) as the caller counts it, for refusals.
+double Shown(const CartLimits& lim, int i, double angle)
+{
+    return lim.shown_sign[i] == 0.0 ? angle : (angle - lim.shown_offset[i]) * lim.shown_sign[i];
+}
+
 // "at 62.0 % of the path (t = 1.234 s, x = 512.3 y = -80.1 z = 640.0 mm)"
 struct Where {
     char text[112];
@@ -199,7 +205,7 @@ bool InsideLimits(Planner& p, const CartSample& at)
             const bool below = verdict.state[i] == PILOT_BELOW_MIN;
             const double limit = below ? p.lmt.JointMin[i] : p.lmt.JointMax[i];
             Refuse(p.move, "joint %d leaves its range %s: %.1f deg beyond %.1f", i + 1, where.text,
-                   Furthest(p, i, at.path, below ? -1 : 1, at.q[i]), limit);
+                   Shown(p.lim, i, Furthest(p, i, at.path, below ? -1 : 1, at.q[i])), Shown(p.lim, i, limit));
             return false;
         }
         case PILOT_BEYOND_CORNER:
@@ -280,11 +286,12 @@ bool ValidStart(Planner& p, const double start[7])
                 // %.1f as everywhere, but a wild value in short form.
                 Refuse(m, std::fabs(start[i]) < 1e9 ? "start joint %d lies outside its range: %.1f deg beyond %.1f"
                                                     : "start joint %d lies outside its range: %.3g deg beyond %.1f",
-                       i + 1, start[i], verdict.state[i] == PILOT_BELOW_MIN ? p.lmt.JointMin[i] : p.lmt.JointMax[i]);
+                       i + 1, Shown(p.lim, i, start[i]),
+                       Shown(p.lim, i, verdict.state[i] == PILOT_BELOW_MIN ? p.lmt.JointMin[i] : p.lmt.JointMax[i]));
                 return false;
             }
-        Refuse(m, "the start joints 6 and 7 (%.1f, %.1f) deg lie beyond their coupled range's corner curve", start[5],
-               start[6]);
+        Refuse(m, "the start joints 6 and 7 (%.1f, %.1f) deg lie beyond their coupled range's corner curve",
+               Shown(p.lim, 5, start[5]), Shown(p.lim, 6, start[6]));
         return false;
     }
     if (!FX_ArmBranchOf(&m->model, &p.lmt, start, &m->branch)) {

@@ -31,6 +31,8 @@ struct CartLimits {
     double joint_acc[7];    // deg/s^2
     double cycle;           // control period, s, in (0, 1]
     long max_samples;       // longest move accepted, in cycles (2 .. CART_MAX_SAMPLES)
+    double shown_sign[7];   // how refusals count the joints: (angle - shown_offset) * shown_sign,
+    double shown_offset[7]; // deg; a sign of 0 shows the model's own angles
 };
 
 enum CartElbowPolicy : unsigned char {

@@ -12,7 +12,7 @@ set(TOLVEX_HEADER_DIRS ${TOLVEX_SUBSYSTEMS})
 set(TOLVEX_STAGE_EXTRA)  # public headers outside the umbrella header
 if(TOLVEX_URDF)
   list(APPEND TOLVEX_HEADER_DIRS urdf robot)
-  list(APPEND TOLVEX_STAGE_EXTRA urdf/UrdfImport.h urdf/UrdfExport.h)
+  list(APPEND TOLVEX_STAGE_EXTRA urdf/UrdfImport.h urdf/UrdfExport.h urdf/UrdfC.h)
 endif()
 foreach(dir ${TOLVEX_HEADER_DIRS})
   file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${dir}/*.h)

@@ -138,7 +138,7 @@ void Cartesian(FuzzNumbers& in)
     if (mix & 4)
         Pose(in, T);
     in.reals(via, 3);
-    CartLimits limits{250, 1000, 10000, 90, 360, 3600, {}, {}, 0.004, 400};
+    CartLimits limits{250, 1000, 10000, 90, 360, 3600, {}, {}, 0.004, 400, {}, {}};
     for (int i = 0; i < 7; ++i)
         limits.joint_speed[i] = 98, limits.joint_acc[i] = 490;
     if (mix & 8) {

@@ -9,6 +9,7 @@
 #include "python/Bindings.h"
 #include "python/PyArrays.h"
 #include "robot/Robot.h"
+#include "robot/Motion.h"
 #include "robot/RobotIni.h"
 #ifdef TOLVEX_HAVE_URDF
 #include "urdf/UrdfImport.h"
@@ -35,10 +36,10 @@ auto raising(F f) -> decltype(f())
     }
 }
 
-std::unique_ptr<Robot> fromRobotIni(const std::string& path, py::object model)
+std::shared_ptr<Robot> fromRobotIni(const std::string& path, py::object model)
 {
     std::fclose(openOrRaise(path));
-    auto robot = raising([&] { return std::make_unique<Robot>(tk::readRobotIni(path)); });
+    auto robot = raising([&] { return std::make_shared<Robot>(tk::readRobotIni(path)); });
     if (!model.is_none()) {
         const std::string file = model.cast<std::string>();
         std::fclose(openOrRaise(file));
@@ -47,13 +48,13 @@ std::unique_ptr<Robot> fromRobotIni(const std::string& path, py::object model)
     return robot;
 }
 
-std::unique_ptr<Robot> fromUrdf(const std::string& path, py::object base, py::object tip)
+std::shared_ptr<Robot> fromUrdf(const std::string& path, py::object base, py::object tip)
 {
 #ifdef TOLVEX_HAVE_URDF
     std::fclose(openOrRaise(path));
     const std::string b = base.is_none() ? "" : base.cast<std::string>();
     const std::string t = tip.is_none() ? "" : tip.cast<std::string>();
-    return raising([&] { return std::make_unique<Robot>(tk::importUrdf(path, b, t).description); });
+    return raising([&] { return std::make_shared<Robot>(tk::importUrdf(path, b, t).description); });
 #else
     (void)path, (void)base, (void)tip;
     throw std::runtime_error("this module was built without URDF support (Debian package liburdfdom-dev)");
@@ -235,21 +236,18 @@ py::object checkLimits(Robot& r, py::handle q)
     return record(d);
 }
 
-py::object armAngleMap(Robot& r, py::handle pose, py::handle ref, double step)
+py::object armAngleMap(Robot& r, py::handle pose, py::handle ref)
 {
     tk::AnalyticArm& arm = analytic(r);
     Rows p = finiteRows(pose, "pose", {4, 4}, false), rf = finiteRows(ref, "ref", joints(r), false);
-    finite(step, "step");
     auto map = std::make_unique<tk::ArmAngleMap>();
     bool ok;
     {
         py::gil_scoped_release nogil;
         std::lock_guard<std::mutex> hold(r.busy);
-        ok = arm.armAngleMap(reinterpret_cast<const double(*)[4]>(p.at(0)), rf.at(0), step, map.get());
+        ok = arm.armAngleMap(reinterpret_cast<const double(*)[4]>(p.at(0)), rf.at(0), map.get());
     }
-    if (!ok && map->flags[0] == 0)
-        throw py::value_error("step must lie within 1.7e-5 and pi/2 rad");
-    const int count = std::min(map->count, PILOT_MAX_ARM_ANGLE_INTERVALS);
+    const int count = map->count;
     Array intervals(Shape{count, 2});
     for (int k = 0; k < count; ++k) {
         intervals.mutable_at(k, 0) = map->interval[k].start.angle;
@@ -258,6 +256,66 @@ py::object armAngleMap(Robot& r, py::handle pose, py::handle ref, double step)
     py::dict d;
     d["ok"] = ok, d["intervals"] = intervals, d["reference"] = map->reference, d["truncated"] = map->truncated;
     return record(d);
+}
+
+// A planned move, with the robot it belongs to kept alive.
+struct Move {
+    std::shared_ptr<Robot> robot;
+    tk::Motion motion;
+};
+
+struct MoveStepper {
+    std::shared_ptr<Move> move;
+    tk::Motion::Stepper stepper;
+    explicit MoveStepper(std::shared_ptr<Move> m) : move(std::move(m)), stepper(move->motion) {}
+};
+
+tk::Elbow elbowOf(const std::string& policy, py::object angle)
+{
+    tk::Elbow e;
+    if (policy == "hold")
+        e.policy = tk::ElbowPolicy::Hold;
+    else if (policy == "auto")
+        e.policy = tk::ElbowPolicy::Auto;
+    else if (policy == "blend") {
+        if (angle.is_none())
+            throw py::value_error("elbow='blend' needs arm_angle, the arm angle at the target (rad)");
+        e.policy = tk::ElbowPolicy::Blend;
+        e.angle = finite(angle.cast<double>(), "arm_angle");
+    } else
+        throw py::value_error("elbow must be 'hold', 'blend' or 'auto', got '" + policy + "'");
+    return e;
+}
+
+std::shared_ptr<Move> plan(std::shared_ptr<Robot> r, py::handle q_start, py::handle via, py::handle target,
+                           const tk::MotionLimits& limits, const tk::Elbow& elbow)
+{
+    tk::AnalyticArm& arm = analytic(*r);
+    Rows q = finiteRows(q_start, "q_start", joints(*r), false), t = finiteRows(target, "target", {4, 4}, false);
+    const bool circular = !via.is_none();
+    Rows v = finiteRows(circular ? py::reinterpret_borrow<py::object>(via) : py::object(Array(3)), "via", {3}, false);
+    py::gil_scoped_release nogil;
+    std::lock_guard<std::mutex> hold(r->busy);
+    const auto* pose = reinterpret_cast<const double(*)[4]>(t.at(0));
+    return std::make_shared<Move>(Move{r, circular ? tk::Motion::arc(arm, q.at(0), v.at(0), pose, limits, elbow)
+                                                   : tk::Motion::line(arm, q.at(0), pose, limits, elbow)});
+}
+
+py::object moveField(const Move& m, const char* name)
+{
+    const long n = m.motion.ok() ? m.motion.samples() : 0;
+    const std::string which = name;
+    Array out = which == "pose" ? Array(Shape{n, 4, 4}) : which == "q" || which == "qd" || which == "qdd" ? Array(Shape{n, 7}) : Array(n);
+    double* o = out.mutable_data();
+    tk::MotionSample s;
+    for (long k = 0; k < n; ++k) {
+        m.motion.sample(k, &s);
+        if (which == "t") o[k] = s.time;
+        else if (which == "arm_angle") o[k] = s.arm_angle;
+        else if (which == "pose") std::memcpy(o + 16 * k, s.pose, sizeof s.pose);
+        else std::memcpy(o + 7 * k, which == "q" ? s.q : which == "qd" ? s.qd : s.qdd, sizeof s.q);
+    }
+    return out;
 }
 
 py::object limits(const Robot& r)
@@ -279,7 +337,28 @@ py::object limits(const Robot& r)
 
 void bindRobot(py::module_& m)
 {
-    py::class_<Robot>(m, "Robot",
+    py::class_<Move, std::shared_ptr<Move>>(m, "Move", "A Cartesian move planned whole: its samples, one per cycle.")
+        .def_property_readonly("ok", [](const Move& mv) { return mv.motion.ok(); })
+        .def_property_readonly("reason", [](const Move& mv) { return std::string(mv.motion.reason()); },
+                               "Why the move cannot run, naming the first failing point; '' when ok.")
+        .def_property_readonly("duration", [](const Move& mv) { return mv.motion.ok() ? mv.motion.duration() : 0.0; })
+        .def_property_readonly("t", [](const Move& mv) { return moveField(mv, "t"); }, "(N,) s")
+        .def_property_readonly("q", [](const Move& mv) { return moveField(mv, "q"); }, "(N, 7) rad")
+        .def_property_readonly("qd", [](const Move& mv) { return moveField(mv, "qd"); }, "(N, 7) rad/s")
+        .def_property_readonly("qdd", [](const Move& mv) { return moveField(mv, "qdd"); }, "(N, 7) rad/s^2")
+        .def_property_readonly("pose", [](const Move& mv) { return moveField(mv, "pose"); }, "(N, 4, 4) flange, m")
+        .def_property_readonly("arm_angle", [](const Move& mv) { return moveField(mv, "arm_angle"); }, "(N,) rad")
+        .def("stepper", [](std::shared_ptr<Move> mv) { return std::make_unique<MoveStepper>(mv); },
+             "An online stepper: step() gives the next cycle's joints (7,) rad, None once the move is over.");
+    py::class_<MoveStepper>(m, "MoveStepper")
+        .def("step", [](MoveStepper& s) -> py::object {
+            tk::MotionSample sample;
+            if (!s.stepper.step(&sample))
+                return py::none();
+            return Array(7, sample.q);
+        });
+
+    py::class_<Robot, std::shared_ptr<Robot>>(m, "Robot",
                       "A robot in SI units (rad, m, kg, N m, s), in its description's own joint "
                       "convention and base frame: kinematics, the arm's own dynamics for any "
                       "mounting, payload and friction. Each object owns everything it computes with.")
@@ -296,16 +375,17 @@ void bindRobot(py::module_& m)
              "Analytic IK of a flange pose (4, 4) in metres with the elbow by the reference ref (7,) rad: "
              "q (NaN unless ok), ok, out_of_reach, shoulder_singular, wrist_singular, pose_missed.")
         .def("ik_at_arm_angle", &ikAtArmAngle, py::arg("angle"), py::arg("ref"),
-             "The pose of the last ik (or arm_angle_map) with the elbow turned by `angle` rad about the "
-             "shoulder-wrist line from ref's elbow plane; the tool stays put.")
+             "The pose of the last ik (or arm_angle_map) at arm angle `angle` rad (as arm_angle measures it) on "
+             "ref's elbow, shoulder and wrist branches: the elbow swings, the flange stays put.")
         .def("ik_locked7", &ikLocked7, py::arg("pose"), py::arg("ref"), py::arg("q7") = py::none(),
              "Joint 7 held at q7 (default ref[6]): the solution nearest ref; q (NaN unless ok), ok.")
         .def("check_limits", &checkLimits, py::arg("q"),
              "Full limit verdict: inside, state (7,) per joint (0 inside, 1 below min, 2 above max, 3 beyond "
              "the joint-6/7 corner curve, 4 not a number), bound (2,) the joint-6/7 boundary point, rad.")
-        .def("arm_angle_map", &armAngleMap, py::arg("pose"), py::arg("ref"), py::arg("step") = 0.0174532925199432957,
-             "Usable arm-angle intervals (k, 2) in rad (from ref's elbow plane; end < start wraps through pi) "
-             "for the flange pose; ok, reference (index of the interval holding ref's own, or -1), truncated.")
+        .def("arm_angle_map", &armAngleMap, py::arg("pose"), py::arg("ref"),
+             "Usable arm-angle intervals (k, 2) in rad (as arm_angle measures them; end < start wraps through pi) "
+             "for the flange pose on ref's elbow, shoulder and wrist branches, edges to 1e-9 deg; ok, reference "
+             "(index of the interval holding ref's own arm angle, or -1), truncated.")
         .def_static("from_urdf", &fromUrdf, py::arg("path"), py::arg("base") = py::none(), py::arg("tip") = py::none(),
                     "A robot from a URDF: the chain from `base` (default the root link) to `tip` (default the one "
                     "leaf of the movable joints), joints in the URDF's own convention, inertials, limits, friction "
@@ -330,7 +410,33 @@ void bindRobot(py::module_& m)
         .def("set_payload", &setPayload, py::arg("mass"), py::arg("com"), py::arg("inertia"),
              "A load at the flange: mass (kg), com (3,) in the flange frame (m), inertia (6,) xx, xy, xz, "
              "yy, yz, zz about the com (kg m^2). ValueError (and no change) for a body that cannot be.")
-        .def("set_gravity", &setGravity, py::arg("gravity"), "Gravity (3,) in m/s^2, base frame.");
+        .def("set_gravity", &setGravity, py::arg("gravity"), "Gravity (3,) in m/s^2, base frame.")
+        .def("arm_angle", [](Robot& r, py::handle q) {
+                 return mapItems(finiteRows(q, "q", joints(r)), {}, r.busy,
+                                 [&](const double* in, double* out) { *out = analytic(r).armAngle(in); });
+             }, py::arg("q"),
+             "The arm angle (rad): about the shoulder-wrist line, from the plane through it and joint 1's axis "
+             "to the elbow's plane.")
+        .def("line", [](std::shared_ptr<Robot> r, py::handle q_start, py::handle target, double speed, double acc,
+                        double jerk, double rot_speed, double rot_acc, double rot_jerk, const std::string& elbow,
+                        py::object arm_angle, double cycle) {
+                 return plan(r, q_start, py::none(), target,
+                             tk::MotionLimits{speed, acc, jerk, rot_speed, rot_acc, rot_jerk, cycle}, elbowOf(elbow, arm_angle));
+             }, py::arg("q_start"), py::arg("target_pose"), py::arg("speed") = 0.25, py::arg("acc") = 1.0,
+             py::arg("jerk") = 10.0, py::arg("rot_speed") = 1.0, py::arg("rot_acc") = 4.0, py::arg("rot_jerk") = 40.0,
+             py::arg("elbow") = "hold", py::arg("arm_angle") = py::none(), py::arg("cycle") = 0.001,
+             "A straight-line move of the flange from the joints q_start (rad) to target_pose (4, 4), m, its orientation "
+             "on the shortest slerp, jerk-limited (m/s, m/s^2, m/s^3; rad/s, ...) and within every joint's limits; "
+             "elbow 'hold' (the start's arm angle), 'blend' (to arm_angle) or 'auto'. Returns a Move: check ok/reason.")
+        .def("arc", [](std::shared_ptr<Robot> r, py::handle q_start, py::handle via, py::handle target, double speed,
+                       double acc, double jerk, double rot_speed, double rot_acc, double rot_jerk, const std::string& elbow,
+                       py::object arm_angle, double cycle) {
+                 return plan(r, q_start, via, target, tk::MotionLimits{speed, acc, jerk, rot_speed, rot_acc, rot_jerk, cycle},
+                             elbowOf(elbow, arm_angle));
+             }, py::arg("q_start"), py::arg("via_point"), py::arg("target_pose"), py::arg("speed") = 0.25,
+             py::arg("acc") = 1.0, py::arg("jerk") = 10.0, py::arg("rot_speed") = 1.0, py::arg("rot_acc") = 4.0,
+             py::arg("rot_jerk") = 40.0, py::arg("elbow") = "hold", py::arg("arm_angle") = py::none(),
+             py::arg("cycle") = 0.001, "As line, the flange on the arc from the start through via_point (3,) m to the target.");
 }
 
 }  // namespace tkpy

@@ -1,5 +1,7 @@
 #include "robot/AnalyticArm.h"
 
+#include "cartesian/ArmAngleIK.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -91,6 +93,7 @@ AnalyticArm::AnalyticArm(const RobotDescription& description, const PilotFit& fi
     // angle, -upper_offset, would send references up to 2 * fore_offset below that to
     // the other branch, whose joints do not give the pose back.
     pilot_.straight_q4 = pilot_.elbow_angle - 180.0;
+    FX_ArmModelOf(&pilot_, &armModel_);
     double limits[7][4], no_curves[4][3] = {};
     limitsInModel(limits);
     FX_Init_PilotLmt(&lmt_, 0, limits, no_curves);
@@ -229,6 +232,13 @@ void AnalyticArm::holdTarget(unsigned char flag1, const double target[4][4])
     fx_copy44(target, target_);
 }
 
+double AnalyticArm::armAngle(const double* q)
+{
+    double model[7];
+    fit_.map.toModel(q, model);
+    return FX_ArmAngleOf(&pilot_, model) * FX_DEG2RAD;
+}
+
 AnalyticIkResult AnalyticArm::ik(const double pose[4][4], const double* ref, double* q)
 {
     double target[4][4], model_ref[7], model[7];
@@ -243,13 +253,27 @@ AnalyticIkResult AnalyticArm::ik(const double pose[4][4], const double* ref, dou
 
 AnalyticIkResult AnalyticArm::ikAtArmAngle(double psi, const double* ref, double* q)
 {
-    if (!armAngleBaseSet_) return AnalyticIkResult{};
+    AnalyticIkResult result;
     double model_ref[7], model[7];
-    unsigned char flags[3];
+    ArmBranch branch;
+    ArmPose pose;
     modelRef(ref, model_ref);
-    const unsigned char solved =
-        FX_InvKine_Pilot_NSP(&nbase_, psi * FX_RAD2DEG, model_ref, model, &flags[0], &flags[1], &flags[2]);
-    return finish(solved, flags, model, ref, q);
+    if (!armAngleBaseSet_ || !FX_ArmBranchOf(&armModel_, &lmt_, model_ref, &branch)) {
+        result.out_of_reach = true;
+        return result;
+    }
+    const unsigned char status = FX_ArmPoseOf(&armModel_, &branch, target_, 0.0, &pose) == ARM_OK
+                                     ? FX_ArmJoints(&armModel_, &branch, &pose, psi * FX_RAD2DEG, model)
+                                     : pose.status;
+    result.out_of_reach = status == ARM_NOT_FINITE || status == ARM_OUT_OF_REACH || status == ARM_TOO_CLOSE ||
+                          status == ARM_ELBOW_STRAIGHT;
+    result.shoulder_singular = status == ARM_SHOULDER_SINGULAR || status == ARM_ANGLE_UNDEFINED;
+    result.wrist_singular = status == ARM_WRIST_SINGULAR;
+    result.pose_missed = status == ARM_OK && !(missedBy(model) <= kPoseTolerance);
+    result.ok = status == ARM_OK && !result.pose_missed;
+    if (result.ok)
+        for (int i = 0; i < 7; ++i) q[i] = nearRef(fit_.map.fromModel(i, model[i]), ref[i]);
+    return result;
 }
 
 bool AnalyticArm::ikLocked7(const double pose[4][4], double q7, const double* ref, double* q)
@@ -297,29 +321,37 @@ bool AnalyticArm::checkLimits(const double* q, AnalyticLimitVerdict* verdict)
     return inside;
 }
 
-bool AnalyticArm::armAngleMap(const double pose[4][4], const double* ref, double step, ArmAngleMap* map)
+bool AnalyticArm::armAngleMap(const double pose[4][4], const double* ref, ArmAngleMap* map)
 {
     double target[4][4], model_ref[7];
+    ArmBranch branch;
+    map->count = 0, map->truncated = false, map->reference = -1;
     toModelPose(pose, target);
     modelRef(ref, model_ref);
-    const bool found = FX_PilotArmAngleMap(&pilot_, &lmt_, model_ref, target, step * FX_RAD2DEG, &nbase_, &modelMap_);
-    holdTarget(modelMap_.flags[0], target);
-    map->count = modelMap_.count;
-    map->truncated = modelMap_.truncated != 0;
-    map->reference = modelMap_.reference;
-    std::memcpy(map->flags, modelMap_.flags, sizeof map->flags);
-    const int stored = std::min(modelMap_.count, PILOT_MAX_ARM_ANGLE_INTERVALS);
-    for (int n = 0; n < stored; ++n) {
-        const PilotArmAngleEdge* from[2] = {&modelMap_.interval[n].start, &modelMap_.interval[n].end};
+    if (!FX_ArmBranchOf(&armModel_, &lmt_, model_ref, &branch) ||
+        !FX_ArmAngleIntervals(&armModel_, &lmt_, &branch, target, 0.0, &intervals_))
+        return false;
+    armAngleBaseSet_ = true;
+    fx_copy44(target, target_);
+    map->count = intervals_.count;
+    map->truncated = intervals_.truncated != 0;
+    const double own = FX_ArmAngleOf(&pilot_, model_ref);
+    for (int n = 0; n < intervals_.count; ++n) {
+        const ::ArmAngleEdge* from[2] = {&intervals_.interval[n].start, &intervals_.interval[n].end};
         ArmAngleEdge* to[2] = {&map->interval[n].start, &map->interval[n].end};
         for (int e = 0; e < 2; ++e) {
-            *to[e] = ArmAngleEdge{from[e]->angle * FX_DEG2RAD, from[e]->cause, from[e]->joint, from[e]->state, {}};
-            if (from[e]->joint >= 1 && from[e]->joint <= 7)
-                to[e]->state = descriptionState(from[e]->joint - 1, from[e]->state);
-            std::memcpy(to[e]->flags, from[e]->flags, sizeof to[e]->flags);
+            unsigned char cause = from[e]->cause;
+            if (from[e]->joint >= 1 && fit_.map.sign[from[e]->joint - 1] < 0 && (cause == ARM_EDGE_MIN || cause == ARM_EDGE_MAX))
+                cause = cause == ARM_EDGE_MIN ? ARM_EDGE_MAX : ARM_EDGE_MIN;
+            *to[e] = ArmAngleEdge{from[e]->angle * FX_DEG2RAD, cause, from[e]->joint};
         }
     }
-    return found;
+    for (int n = 0; n < intervals_.count && map->reference < 0; ++n) {
+        ArmAngleIntervals one{};
+        one.count = 1, one.interval[0] = intervals_.interval[n];
+        if (FX_ArmAngleInside(&one, own)) map->reference = n;
+    }
+    return true;
 }
 
 void AnalyticArm::useModelFile(const std::string& path)

@@ -11,7 +11,7 @@
 
 #include "ik7/IKPoilt7.h"
 #include "pilot/Pilot.h"
-#include "pilot/PilotArmAngleMap.h"
+#include "cartesian/ArmAngleIntervals.h"
 #include "pilot/PilotIK.h"
 #include "pilot/PilotLimitCheck.h"
 #include "pilot/PilotLmt.h"
@@ -42,23 +42,22 @@ struct LockedSolutions {
     bool shoulder_degenerate[8];  // joint 2 at 0: only joint 1 + joint 3 is fixed
 };
 
-// PilotArmAngleMap in radians and in the description's joints.
+// The usable arm angles of one pose (rad, as armAngle measures them), on the elbow,
+// shoulder and wrist branches of a reference: every joint inside its limits and the
+// joint-6/7 range. `cause` is an ArmEdgeCause; MIN/MAX in the description's sense.
 struct ArmAngleEdge {
-    double angle;             // rad, on the usable side of the edge
-    unsigned char cause;      // a PilotEdgeCause
-    unsigned char joint;      // 1..7 for PILOT_EDGE_JOINT, else 0
-    unsigned char state;      // that joint's PilotJointState, in the description's sense
-    unsigned char flags[3];   // the solver's status bytes just beyond the edge
+    double angle;          // rad, usable, within 1e-9 deg of where the arm angle stops being usable
+    unsigned char cause;   // an ArmEdgeCause
+    unsigned char joint;   // 1..7, 0 for ARM_EDGE_NONE
 };
 struct ArmAngleInterval {
     ArmAngleEdge start, end;  // end < start when the interval wraps through +-pi
 };
 struct ArmAngleMap {
-    int count;                // intervals found (at most PILOT_MAX_ARM_ANGLE_INTERVALS stored)
-    bool truncated;
-    int reference;            // interval holding the reference's own arm angle 0, or -1
-    unsigned char flags[3];   // status bytes of the solve at arm angle 0
-    ArmAngleInterval interval[PILOT_MAX_ARM_ANGLE_INTERVALS];
+    int count;                // intervals stored
+    bool truncated;           // more existed than fit
+    int reference;            // the interval holding the reference's own arm angle, or -1
+    ArmAngleInterval interval[ARM_MAX_INTERVALS];
 };
 
 class AnalyticArm {
@@ -83,8 +82,10 @@ public:
     // Joints that miss the pose (by more than 1e-6 mm in the model) are not returned,
     // also where the solver averaged them beside a singularity.
     AnalyticIkResult ik(const double pose[4][4], const double* ref, double* q);
-    // The last solved pose (ik or armAngleMap) with the elbow turned by `psi` (rad) about
-    // the shoulder-wrist line from the reference's elbow plane. Not ok before any solve.
+    // The last solved pose (ik or armAngleMap) at arm angle `psi` (rad, as armAngle
+    // measures it), on the elbow, shoulder and wrist branches of `ref`: the elbow swings
+    // while the flange stays put. Not ok before any solve, on an undecided branch of ref
+    // (joint 2, 4 or 6 on its singular value) or where the arm is singular.
     AnalyticIkResult ikAtArmAngle(double psi, const double* ref, double* q);
     // Joint 7 held at q7 (rad): the locked-joint solution nearest ref (joint 7 may move
     // where joint 6 is at 0), or every solution.
@@ -92,10 +93,17 @@ public:
     bool ikLocked7All(const double pose[4][4], double q7, LockedSolutions* solutions);
     // True when every joint is inside its limits (and joints 6/7 inside the coupled range).
     bool checkLimits(const double* q, AnalyticLimitVerdict* verdict);
-    // The arm angles (sampled every `step` rad, 1.7e-5..pi/2) whose joints keep `pose`
-    // within every limit. Leaves that pose as the last solved one. The search is the
-    // model's own: where the frame or Z-Y-X defects above strike, it finds the pose lost.
-    bool armAngleMap(const double pose[4][4], const double* ref, double step, ArmAngleMap* map);
+    // The arm angles whose joints hold `pose` on the branches of `ref` within every
+    // limit, edges to 1e-9 deg, in closed form. Leaves that pose as the last solved one.
+    // False (count 0) where the pose has no joints on those branches.
+    bool armAngleMap(const double pose[4][4], const double* ref, ArmAngleMap* map);
+
+    // The arm angle of q (rad): the signed angle about the shoulder-wrist line from the
+    // plane through that line and joint 1's axis to the elbow's plane; NaN where the
+    // shoulder-wrist line runs along joint 1's axis or the elbow lies on it.
+    double armAngle(const double* q);
+    // The description's limits (rad).
+    const JointLimits* limits() const { return limits_; }
 
     // Flange pose in the description (m) <-> tool pose of the Pilot model (mm, its base).
     void toModelPose(const double pose[4][4], double target[4][4]) const;
@@ -137,7 +145,8 @@ private:
     bool armAngleBaseSet_ = false;
     double target_[4][4]{};        // the pose held in nbase_, model base, mm
     IK_Poilt7 locked_{};
-    PilotArmAngleMap modelMap_{};  // scratch of armAngleMap
+    ArmModel armModel_{};          // the closed-form arm-angle solver's view of pilot_
+    ArmAngleIntervals intervals_{};  // scratch of armAngleMap
 };
 
 }  // namespace tk

@@ -132,3 +132,10 @@ int tk_robot_set_gravity(tk_robot* robot, const double gravity[3], char* error, 
 }
 
 }  // extern "C"
+
+tk_robot* tk_robot_from_description(const tk::RobotDescription& description, char* error, size_t error_size)
+{
+    tk_robot* made = nullptr;
+    guarded(error, error_size, [&] { made = new tk_robot{tk::Robot(description)}; });
+    return made;
+}

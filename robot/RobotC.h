@@ -47,6 +47,13 @@ int tk_robot_set_gravity(tk_robot* robot, const double gravity[3], char* error, 
 
 #ifdef __cplusplus
 }
+
+namespace tk {
+struct RobotDescription;
+}
+// A handle on the robot of a description built another way (the URDF library's route);
+// null, with `error`, when it cannot be built.
+tk_robot* tk_robot_from_description(const tk::RobotDescription& description, char* error, size_t error_size);
 #endif
 
 #endif

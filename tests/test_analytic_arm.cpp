@@ -140,24 +140,31 @@ TEST(AnalyticArm, ExampleChainFitsWithTheIdentityMapAndSolvesLikeTheEntryPoints)
         ASSERT_TRUE(arm->ikLocked7(metres, q[6], q, mine));
         for (int i = 0; i < 7; ++i) EXPECT_NEAR(mine[i] / kDeg, row[i], 1e-9) << n << " locked joint " << i;
     }
-    // The arm-angle map is the model's, in radians.
+    // The arm-angle map: the reference's own arm angle is usable, every interval's middle
+    // holds the pose inside the limits, and a hair past an edge leaves them.
     double qdeg[7] = {10, 40, -20, 70, 15, 35, -10}, q[7], pose[4][4], metres[4][4];
     for (int i = 0; i < 7; ++i) q[i] = qdeg[i] * kDeg;
     OnKine(qdeg, pose);
     std::memcpy(metres, pose, sizeof pose);
     for (int r = 0; r < 3; ++r) metres[r][3] *= 0.001;
-    static NSPBase base;
-    static PilotArmAngleMap want_map;
     static ArmAngleMap map;
-    ASSERT_TRUE(FX_PilotArmAngleMap(&pilot, &lmt, qdeg, pose, 2, &base, &want_map));
-    ASSERT_TRUE(arm->armAngleMap(metres, q, 2 * kDeg, &map));
-    ASSERT_EQ(map.count, want_map.count);
-    EXPECT_EQ(map.reference, want_map.reference);
+    ASSERT_TRUE(arm->armAngleMap(metres, q, &map));
+    ASSERT_GE(map.reference, 0);
     for (int k = 0; k < map.count; ++k) {
-        EXPECT_NEAR(map.interval[k].start.angle / kDeg, want_map.interval[k].start.angle, 1e-5);
-        EXPECT_NEAR(map.interval[k].end.angle / kDeg, want_map.interval[k].end.angle, 1e-5);
-        EXPECT_EQ(map.interval[k].end.joint * 10 + map.interval[k].end.state,
-                  want_map.interval[k].end.joint * 10 + want_map.interval[k].end.state);
+        const ArmAngleInterval& in = map.interval[k];
+        const double width = std::remainder(in.end.angle - in.start.angle - kPi, 2 * kPi) + kPi;
+        double joints[7];
+        AnalyticLimitVerdict verdict;
+        const AnalyticIkResult mid = arm->ikAtArmAngle(in.start.angle + width / 2, q, joints);
+        ASSERT_TRUE(mid.ok);
+        EXPECT_TRUE(arm->checkLimits(joints, &verdict)) << k;
+        EXPECT_NEAR(arm->armAngle(joints), std::remainder(in.start.angle + width / 2, 2 * kPi), 1e-9);
+        for (const ArmAngleEdge* edge : {&in.start, &in.end}) {
+            if (edge->cause == ARM_EDGE_NONE) continue;
+            const double past = edge->angle + (edge == &in.start ? -1e-7 : 1e-7);
+            const AnalyticIkResult beyond = arm->ikAtArmAngle(past, q, joints);
+            EXPECT_TRUE(!beyond.ok || !arm->checkLimits(joints, &verdict)) << k;
+        }
     }
 }
 
@@ -198,7 +205,7 @@ TEST(AnalyticArm, RandomDescriptionsOfThePilotForm)
             const AnalyticIkResult other = arm->ik(pose, ref, out);
             EXPECT_TRUE(!other.ok || gap(handFk(d, out), pose) < 1e-9);
             const AnalyticIkResult turned = arm->ikAtArmAngle(0.4, q, out);
-            EXPECT_TRUE(turned.shoulder_singular || turned.wrist_singular || (turned.ok && gap(handFk(d, out), pose) < 1e-9));
+            EXPECT_TRUE(!turned.ok || (gap(handFk(d, out), pose) < 1e-9 && std::fabs(arm->armAngle(out) - 0.4) < 1e-9));
             ASSERT_TRUE(arm->ikLocked7(pose, q[6], q, out));
             expectNear(q, out, 7, 1e-7, "locked");
             // Limit verdict against the description's own limits.
@@ -241,8 +248,9 @@ TEST(AnalyticArm, HostileInput)
     EXPECT_FALSE(arm->ikLocked7All(bad.m, q[6], &all));
     EXPECT_EQ(all.count, 0);
     static ArmAngleMap map;
-    EXPECT_FALSE(arm->armAngleMap(good.m, q, 0.0, &map));
-    EXPECT_FALSE(arm->armAngleMap(good.m, q, 1e300, &map));
+    EXPECT_FALSE(arm->armAngleMap(bad.m, q, &map));
+    EXPECT_FALSE(arm->armAngleMap(good.m, bad_ref, &map));
+    EXPECT_EQ(map.count, 0);
     for (double v : out) EXPECT_EQ(v, 9);
     EXPECT_TRUE(arm->ik(good.m, q, out).ok);
     EXPECT_FALSE(arm->ikAtArmAngle(nan, q, out).ok);

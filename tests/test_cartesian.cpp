@@ -43,7 +43,7 @@ Arm& arm(int variant)
             if (f) std::fclose(f);
         });
         FX_ArmModelOf(&a.pilot, &a.model);
-        a.lim = CartLimits{250, 1000, 10000, 90, 360, 3600, {}, {}, 0.001, 1 << 20};
+        a.lim = CartLimits{250, 1000, 10000, 90, 360, 3600, {}, {}, 0.001, 1 << 20, {}, {}};
         for (int i = 0; i < 7; ++i) a.lim.joint_speed[i] = a.lmt.JointLim3[i], a.lim.joint_acc[i] = a.lmt.JointLim4[i];
     }
     return a;

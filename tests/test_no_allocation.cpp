@@ -88,7 +88,7 @@ TEST(NoAllocation, EveryCycleCall)
     CartSample sample;
     ArmModel arm_model;
     ArmBranch branch;
-    CartLimits limits{250, 1000, 10000, 90, 360, 3600, {}, {}, 0.001, 100000};
+    CartLimits limits{250, 1000, 10000, 90, 360, 3600, {}, {}, 0.001, 100000, {}, {}};
     const CartElbow hold{CART_ELBOW_HOLD, 0}, automatic{CART_ELBOW_AUTO, 0};
     for (int i = 0; i < 7; ++i) limits.joint_speed[i] = lmt.JointLim3[i], limits.joint_acc[i] = lmt.JointLim4[i];
     double start[7] = {10, 40, -20, 70, 15, 50, -30}, from[4][4], to[4][4], via[3];
@@ -167,7 +167,7 @@ TEST(NoAllocation, EveryCycleCall)
             arm->toModelPose(arm_pose, model_pose), arm->fromModelPose(model_pose, arm_pose);
             arm->jointMap().toModel(q, model), arm->jointMap().fromModel(model, out7);
         }
-        arm->armAngleMap(arm_pose, q, 0.1, &arm_map);
+        arm->armAngleMap(arm_pose, q, &arm_map), arm->armAngle(q);
         FX_PilotArmAngleMap(&pilot, &lmt, qdeg, pose, 5, &base, &map);
         FX_ArmAngleIntervals(&arm_model, &lmt, &branch, from, 1, &intervals);
         FX_CartPlanLin(&line, &pilot, &lmt, start, to, &limits, &hold);

@@ -87,7 +87,7 @@ def test_analytic_ik_in_the_robots_own_units(robot, tmp_path):
     np.testing.assert_allclose(robot.fk(r.q), poses, atol=1e-9)
     np.testing.assert_allclose(r.q, q, atol=1e-9)
     swung = robot.ik_at_arm_angle(0.3, q[-1])  # re-solves the last pose
-    assert swung.ok and not np.allclose(swung.q, q[-1])
+    assert swung.ok and not np.allclose(swung.q, q[-1]) and robot.arm_angle(swung.q) == pytest.approx(0.3, abs=1e-12)
     np.testing.assert_allclose(robot.fk(swung.q), poses[-1], atol=1e-9)
     locked = robot.ik_locked7(poses[0], q[0])
     assert locked.ok
@@ -97,7 +97,9 @@ def test_analytic_ik_in_the_robots_own_units(robot, tmp_path):
     v = robot.check_limits(over)
     assert not v.inside and list(v.state) == [0, 2, 0, 0, 0, 0, 0]
     m = robot.arm_angle_map(poses[0], q[0])
-    assert m.ok and m.intervals.shape[1] == 2
+    assert m.ok and m.reference >= 0 and m.intervals.shape[1] == 2
+    lo, hi = m.intervals[m.reference]
+    assert (robot.arm_angle(q[0]) - lo) % (2 * np.pi) <= (hi - lo) % (2 * np.pi)
     # An arm whose wrist axes do not meet has no analytic IK, and says why.
     text = open(INI).read().replace("[R.A0.L6.DH]\nAlpha=-90\nA=0", "[R.A0.L6.DH]\nAlpha=-90\nA=88")
     (tmp_path / "offset.ini").write_text(text)
@@ -145,3 +147,50 @@ def test_from_urdf_a_double_pendulum(tmp_path):
     (tmp_path / "s.urdf").write_text(PENDULUM.format(tip="", more="").replace('name="elbow" type="continuous"', 'name="elbow" type="prismatic"'))
     with pytest.raises(ValueError, match="elbow"):
         tk.Robot.from_urdf(str(tmp_path / "s.urdf"))
+
+
+def test_cartesian_moves_on_the_robot(robot):
+    q0 = np.radians([10, -30, -20, -60, 15, -40, -25])
+    start = robot.fk(q0)
+    target = start.copy()
+    target[:3, 3] += [0.1, 0.05, -0.08]
+    turn = np.radians(20)
+    target[:3, :3] = start[:3, :3] @ [[np.cos(turn), -np.sin(turn), 0], [np.sin(turn), np.cos(turn), 0], [0, 0, 1]]
+    m = robot.line(q0, target, speed=0.2, acc=1.0, jerk=10.0)
+    assert m.ok and m.reason == "" and m.duration == pytest.approx(m.t[-1]) and np.array_equal(m.q[0], q0)
+    poses = robot.fk(m.q)
+    np.testing.assert_allclose(poses, m.pose, atol=1e-12)
+    a, d = start[:3, 3], target[:3, 3] - start[:3, 3]
+    off = np.linalg.norm(np.cross(poses[:, :3, 3] - a, d), axis=1) / np.linalg.norm(d)
+    assert off.max() < 1e-9 and np.allclose(poses[-1], target, atol=1e-9)
+    # The orientation turns about one fixed axis at the rate the position advances along the line.
+    frac = (poses[:, :3, 3] - a) @ d / (d @ d)
+    R = np.transpose(start[:3, :3]) @ poses[:, :3, :3]
+    skew = np.stack([R[:, 2, 1] - R[:, 1, 2], R[:, 0, 2] - R[:, 2, 0], R[:, 1, 0] - R[:, 0, 1]], axis=1)
+    angle = np.arctan2(np.linalg.norm(skew, axis=1) / 2, (np.trace(R, axis1=1, axis2=2) - 1) / 2)
+    np.testing.assert_allclose(angle, frac * turn, atol=1e-9)
+    assert np.ptp(robot.arm_angle(m.q)) < 1e-9 * np.pi / 180 and np.ptp(m.arm_angle) == 0
+    lim = robot.limits
+    assert np.all(np.abs(m.qd) <= lim.velocity * (1 + 1e-9)) and np.all(np.abs(m.qdd) <= lim.acceleration * (1 + 1e-6))
+    assert np.all((m.q >= lim.lower) & (m.q <= lim.upper))
+    s, rows = m.stepper(), []
+    while (q := s.step()) is not None:
+        rows.append(q)
+    assert np.array_equal(np.array(rows), m.q)
+    # Forward and back: the first round trip settles the arm angle's rounding, then nothing drifts.
+    q, ends = q0, []
+    for _ in range(100):
+        q = robot.line(robot.line(q, target).q[-1], start).q[-1]
+        ends.append(q)
+    assert all(np.array_equal(ends[0], e) for e in ends) and np.abs(ends[0] - q0).max() < 1e-10
+    arc = robot.arc(q0, (start[:3, 3] + target[:3, 3]) / 2 + [0, 0.03, 0], target, elbow="auto")
+    assert arc.ok, arc.reason
+    far = robot.fk(np.radians([10, -30, -20, -60, 15, -40, 169]))
+    refused = robot.line(q0, far)
+    assert not refused.ok and refused.reason.startswith("joint 7 leaves its range at ") and len(refused.t) == 0
+    assert not robot.line(q0, start).ok and not robot.line(q0, target, speed=-1).ok
+    assert not robot.arc(q0, (start[:3, 3] + target[:3, 3]) / 2, target).ok
+    with pytest.raises(ValueError, match="target must hold finite numbers"):
+        robot.line(q0, np.full((4, 4), np.nan))
+    with pytest.raises(ValueError, match="elbow must be"):
+        robot.line(q0, target, elbow="sideways")

@@ -3,6 +3,9 @@
 #include <cmath>
 #include <cstdio>
 
+#include <fstream>
+
+#include <tolvexkine/urdf/UrdfC.h>
 #include <tolvexkine/urdf/UrdfExport.h>
 #include <tolvexkine/urdf/UrdfImport.h>
 
@@ -15,8 +18,14 @@ int main() {
   arm.limits[0] = {-1.0, 1.0, 2.0, 0.0, 10.0, false};
   try {
     const tk::UrdfImport back = tk::importUrdfString(tk::exportUrdf(arm));
-    std::printf("urdf host: d = %.3f m, mass = %.1f kg\n", back.description.joint[0].d, back.description.link[0].mass);
-    return std::abs(back.description.joint[0].d - 0.3) < 1e-12 && back.description.link[0].mass == 2.0 ? 0 : 1;
+    std::ofstream("arm.urdf") << tk::exportUrdf(arm);
+    char error[200] = "";
+    tk_robot* robot = tk_robot_from_urdf("arm.urdf", nullptr, nullptr, error, sizeof error);  // the C route
+    const int dof = robot ? tk_robot_dof(robot) : 0;
+    tk_robot_free(robot);
+    std::printf("urdf host: d = %.3f m, mass = %.1f kg, dof %d through C %s\n", back.description.joint[0].d,
+                back.description.link[0].mass, dof, error);
+    return std::abs(back.description.joint[0].d - 0.3) < 1e-12 && back.description.link[0].mass == 2.0 && dof == 1 ? 0 : 1;
   } catch (const tk::Error& e) {
     std::printf("urdf host: %s\n", e.what());
     return 1;
