@@ -74,6 +74,10 @@ public:
         return OnInvKine_NSP(psi, ref, q, &flags[0], &flags[1], &flags[2]) == 1;
     }
 
+    // The entry points count the arm angle from the reference's own elbow plane.
+    double armAngleOf(const double*) override { return 0.0; }
+    const char* armAngleZero() const override { return "the reference elbow plane (the posture last set)"; }
+
     int armAngleMap(const double target[4][4], const double* ref, double step, double* intervals, int* reference,
                     unsigned char* flags) override
     {

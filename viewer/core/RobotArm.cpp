@@ -103,19 +103,29 @@ public:
         return solved(robot_.analytic()->ikAtArmAngle(angle, reference, solution_), q, flags);
     }
 
-    int armAngleMap(const double target[4][4], const double* ref, double step, double* intervals, int* reference,
+    // The analytic arm measures the arm angle from the plane through the shoulder-wrist line
+    // and joint 1's axis, whatever the reference.
+    double armAngleOf(const double* q) override
+    {
+        double joints[7], psi;
+        degreesToRadians(q, joints, 7);
+        const double angle = robot_.analytic()->armAngle(joints);
+        radiansToDegrees(&angle, &psi, 1);
+        return psi;
+    }
+    const char* armAngleZero() const override { return "the plane through the shoulder-wrist line and axis 1"; }
+
+    // In closed form, edges to 1e-9 deg: `step` is the model file's, not needed here.
+    int armAngleMap(const double target[4][4], const double* ref, double, double* intervals, int* reference,
                     unsigned char* flags) override
     {
-        double pose[4][4], joints[7], stepRad;
+        double pose[4][4], joints[7];
         poseToMetres(target, pose);
         degreesToRadians(ref, joints, 7);
-        degreesToRadians(&step, &stepRad, 1);
-        const bool found = robot_.analytic()->armAngleMap(pose, joints, stepRad, &map_);
-        std::memcpy(flags, map_.flags, 3);
-        flags[3] = 0;
-        if (!found)
+        std::memset(flags, 0, 4);
+        if (!robot_.analytic()->armAngleMap(pose, joints, &map_))
             return -1;
-        const int stored = map_.count < PILOT_MAX_ARM_ANGLE_INTERVALS ? map_.count : PILOT_MAX_ARM_ANGLE_INTERVALS;
+        const int stored = map_.count;
         for (int n = 0; n < stored; ++n) {
             radiansToDegrees(&map_.interval[n].start.angle, &intervals[2 * n], 1);
             radiansToDegrees(&map_.interval[n].end.angle, &intervals[2 * n + 1], 1);

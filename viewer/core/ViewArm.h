@@ -24,6 +24,10 @@ public:
     virtual bool limitVerdict(const double* q, unsigned char* state) = 0;
     virtual bool ik(const double target[4][4], const double* ref, double* q, unsigned char* flags) = 0;
     virtual bool armAngle(double psi, const double* ref, double* q, unsigned char* flags) = 0;
+    // The arm angle (deg) at which armAngle gives back the posture q that was set or solved,
+    // and what arm angle 0 is.
+    virtual double armAngleOf(const double* q) = 0;
+    virtual const char* armAngleZero() const = 0;
     // (start, end) pairs in degrees; the count, or -1 when the pose cannot be solved.
     virtual int armAngleMap(const double target[4][4], const double* ref, double step, double* intervals,
                             int* reference, unsigned char* flags) = 0;

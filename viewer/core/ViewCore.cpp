@@ -1,5 +1,6 @@
 #include "viewer/core/ViewCore.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -148,6 +149,16 @@ TKV_EXPORT int tkv_ik(const double* target, const double* ref, double* q, unsign
 TKV_EXPORT int tkv_arm_angle(double psi, const double* ref, double* q, unsigned char* flags)
 {
     return offers(TKV_CAN_ARM_ANGLE) && arm->armAngle(psi, ref, q, flags) ? 1 : 0;
+}
+
+TKV_EXPORT double tkv_arm_angle_of(const double* q)
+{
+    return offers(TKV_CAN_ARM_ANGLE) ? arm->armAngleOf(q) : NAN;
+}
+
+TKV_EXPORT const char* tkv_arm_angle_zero(void)
+{
+    return offers(TKV_CAN_ARM_ANGLE) ? arm->armAngleZero() : "";
 }
 
 TKV_EXPORT int tkv_arm_angle_map(const double* target, const double* ref, double step,

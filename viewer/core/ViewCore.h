@@ -55,12 +55,17 @@ int tkv_limit_verdict(const double* q, unsigned char* state);
    arm has no analytic inverse kinematics (as for the two calls below). */
 int tkv_ik(const double* target, const double* ref, double* q, unsigned char* flags);
 /* Re-solves the pose of the last tkv_ik or tkv_arm_angle_map at arm angle `psi`
-   (degrees from the reference's elbow plane): the elbow turns, the tool stays. */
+   (degrees from what tkv_arm_angle_zero() names): the elbow turns, the tool stays. */
 int tkv_arm_angle(double psi, const double* ref, double* q, unsigned char* flags);
-/* The usable arm-angle intervals of `target` for `ref`, sampled every `step` deg:
-   (start, end) pairs into `intervals` (room for 64 values), *reference the
-   interval holding arm angle 0 or -1, flags[3] of the solve at 0. The count of
-   intervals, or -1 when the pose cannot be solved (flags say why). */
+/* The arm angle (deg) at which tkv_arm_angle gives back the posture `q` that was set or
+   solved: 0 for a model file, whose arm angles count from the reference's own elbow plane;
+   a robot's from the plane through its shoulder-wrist line and axis 1. */
+double tkv_arm_angle_of(const double* q);
+const char* tkv_arm_angle_zero(void);   /* what arm angle 0 is, in words */
+/* The usable arm-angle intervals of `target` for `ref` (a model file's sampled every
+   `step` deg, a robot's in closed form): (start, end) pairs into `intervals` (room for
+   64 values), *reference the interval holding the reference's arm angle or -1, the
+   flags of the solve. The count of intervals, or -1 when the pose cannot be solved. */
 int tkv_arm_angle_map(const double* target, const double* ref, double step, double* intervals,
                       int* reference, unsigned char* flags);
 

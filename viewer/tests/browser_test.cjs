@@ -139,19 +139,24 @@ async function modelPage(page, model) {
   await inverseKinematics(page, []);
 }
 
-// Drags the arm-angle slider from the posture `start`: the elbow swings, the pose stays. The arm angle reached.
-async function dragArmAngle(page, start) {
-  await setJointSliders(page, start);
+// Drags the arm-angle slider from `posture`: the elbow swings, the pose stays. The arm angle reached.
+async function dragArmAngle(page, posture) {
+  await setJointSliders(page, posture);
   const pose = await shownPose(page);
   const joints = await shownJoints(page);
   check((await text(page, 'arm-angle-map')).startsWith('usable [deg]: ['), 'usable arm-angle intervals shown');
+  // From the thumb, which the page puts at the posture's arm angle (its centre runs 8 px inside the track).
+  const start = Number(await page.inputValue('#arm-angle'));
+  const shownStart = Number(await text(page, 'arm-angle-value'));
+  check(Math.abs(start - shownStart) <= 0.05, `the slider stands at the arm angle shown, ${shownStart} deg (its step 0.1 deg)`);
   const box = await page.locator('#arm-angle').boundingBox();
-  await page.mouse.move(box.x + box.width / 2, box.y + box.height / 2);
+  const x = box.x + 8 + ((box.width - 16) * (start + 180)) / 360;
+  await page.mouse.move(x, box.y + box.height / 2);
   await page.mouse.down();
-  for (let step = 1; step <= 10; ++step) await page.mouse.move(box.x + box.width / 2 + 6 * step, box.y + box.height / 2);
+  for (let step = 1; step <= 10; ++step) await page.mouse.move(x + 6 * step, box.y + box.height / 2);
   await page.mouse.up();
   const psi = Number(await text(page, 'arm-angle-value'));
-  check(psi > 5, `the arm-angle slider was dragged to ${psi} deg`);
+  check(psi > start + 5, `the arm-angle slider was dragged from ${start} to ${psi} deg`);
   check((await shownJoints(page))[0] !== joints[0], 'the elbow swung: joint 1 moved');
   same(await shownPose(page), pose, 'the pose did not move');
   return psi;
@@ -179,7 +184,15 @@ async function robotPage(page, robot) {
   await fkToFifteenDigits(page, arm, 7, 110);
   await typeJoint(page, 2, 125);
   same((await shownVerdicts(page))[1], 'OUTSIDE: above max', 'joint 2 beyond its 120 deg limit');
-  await dragArmAngle(page, [10, -30, -20, -60, 15, -40, -25]);
+  const posture = [10, -30, -20, -60, 15, -40, -25];
+  await dragArmAngle(page, posture);
+  // The robot counts the arm angle from a fixed plane: at the posture's own, its joints come back.
+  await setJointSliders(page, posture);
+  const back = await page.evaluate((q) => {
+    const core = window.tolvexView.core;
+    return core.armAngle(core.armAngleOf(q), q).q;
+  }, posture);
+  check(back.every((v, i) => Math.abs(v - posture[i]) <= 1e-9), `at its own arm angle the posture comes back: ${back}`);
   await inverseKinematics(page, arm);
 }
 

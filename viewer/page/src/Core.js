@@ -127,6 +127,13 @@ class Core {
       this.scratch + Slot.flags) === 1;
     return { ok, q: Array.from(this.doubles(Slot.out, this.dof)), flags: this.flags() };
   }
+  // The arm angle (deg) at which armAngle gives back the posture q set or solved, and what 0 is.
+  armAngleOf(q) {
+    return this.m._tkv_arm_angle_of(this.put(Slot.q, q));
+  }
+  armAngleZero() {
+    return this.m.UTF8ToString(this.m._tkv_arm_angle_zero());
+  }
   // The usable arm-angle intervals [start, end] (deg; end < start wraps through 180) of `target` for `ref`.
   armAngleMap(target, ref, step) {
     const count = this.m._tkv_arm_angle_map(this.put(Slot.target, target), this.put(Slot.ref, ref), step,
