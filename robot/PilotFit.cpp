@@ -1,6 +1,7 @@
 #include "robot/PilotFit.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 
 #include "math/FxMatrix.h"
@@ -167,12 +168,12 @@ void modelFlange(Pilot* pilot, const double* m, double pose[4][4])
 // and the fitted model's over seeded random postures.
 void worstMiss(const RobotDescription& d, const PilotFit& fit, Pilot* pilot, double* position, double* rotation)
 {
-    unsigned long state = 0x243F6A8885A308D3UL;
+    std::uint64_t state = 0x243F6A8885A308D3ULL;  // 64 bits wherever long is 32 (WebAssembly)
     *position = *rotation = 0;
     for (int n = 0; n < kCheckPostures; ++n) {
         double q[7], m[7], model[4][4], placed[4][4], got[4][4], want[kMaxJoints + 1][4][4];
         for (double& v : q) {
-            state = state * 6364136223846793005UL + 1442695040888963407UL;
+            state = state * 6364136223846793005ULL + 1442695040888963407ULL;
             v = (double(state >> 11) / 9007199254740992.0 * 2 - 1) * 3.14159265358979323846;
         }
         descriptionFrames(d, q, want);

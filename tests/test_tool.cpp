@@ -66,6 +66,10 @@ TEST(Tool, CommandLinesExitCodesAndOutputLines)
 {
     const std::string bad = tk::tempFile("short.txt", "1007\n0 0 340 0 -170 170 98 490\n-90 0 0 0 -120 120 98\n");
     const std::string ini = tk::tempFile("broken.ini", "[R.A0.BASIC]\nDof=7\n"), zero = " 0 0 0 0 0 0 0";
+    // One joint 100 mm out along x, the flange 50 mm further along the turned x.
+    const std::string one = tk::tempFile("one.ini", "[R.A0.BASIC]\nDof=1\nGravityX=0\nGravityY=0\nGravityZ=-9.81\n"
+        "[R.A0.L0.BASIC]\nLimitNeg=-90\nLimitPos=90\nVelMax=1\nAccMax=1\nTorqueMax=1\n"
+        "[R.A0.L0.DH]\nAlpha=0\nA=100\nD=0\nTheta=0\n[R.A0.FLANGE]\nA=50\nD=0\nAlpha=0\nTheta=0\n");
     const std::string reach = "out of reach, or no elbow branch matches the reference joint 4";
     const std::string offset = offsetWristIni();
     struct Case {
@@ -87,6 +91,13 @@ TEST(Tool, CommandLinesExitCodesAndOutputLines)
             {"\n7,183.931,-170,170,OUTSIDE: above max,inside\n"}},
         {"ik --ref 0 -30 0 -60 0 -40 0 2600 0 900 180 0 180", 1, "tolvex-kine: ik: target " + reach + " (flag1 = 1)\n",
          {"   flag1      1  " + reach + "\n"}},
+        {"fk --csv --robot '" + one + "' 30", 0, "", {"\n143.301270189222,25,0,0,0,30\n"}},
+        {"fk --robot '" + one + "' 30 0", 2, "tolvex-kine: fk: expected 1 values (q1 ... q1, the robot's joints), got 2 "
+                                             "(see 'tolvex-kine fk --help')\n", {}},
+        {"fk --robot '" + ini + "' 0", 2, "tolvex-kine: robot.ini '" + ini + "': [R.A0.BASIC] lacks \"GravityX\"\n", {}},
+        {"fk --model m.txt --robot r.ini 0", 2, "tolvex-kine: fk: give one of --model, --robot, --urdf (see 'tolvex-kine fk --help')\n", {}},
+        {"ik --robot '" + one + "' --ref" + zero + " 1 2 3 4 5 6", 2, "tolvex-kine: ik: " + one + " has no analytic inverse "
+                                                                   "kinematics: the analytic arm has 7 joints, this description has 1\n", {}},
         {"fk --model '" + bad + "'" + zero, 1, "tolvex-kine: model file '" + bad + "': line 3 holds 7 numbers, 8 expected\n", {}},
         {"ini", 0, "", {"loader: Load robot.ini success\n", "L6         0.0   126.0        -90.0          0.0   0.0000  0.1260"}},
         {"ini --robot '" + ini + "'", 1, "tolvex-kine: robot file '" + ini + "': Failed to load robot.ini in [R.A0.BASIC]\n",
@@ -133,6 +144,22 @@ TEST(Tool, ResultsAgreeWithIndependentComputations)
     const auto chain = table(tool("chain-fk --csv" + kQ).out, "Chain flange pose as XYZABC", 0, 6).at(0);
     const auto pilot = table(tool("fk --csv --model '" TOLVEX_EXAMPLES_DIR "/model-1007.txt'" + kQ).out, "Tool pose as XYZABC", 0, 6);
     tk::expectNear(pilot.at(0).data(), chain.data(), 6, 1e-7, "robot.ini chain vs the 1007 model file");
+    // The robot object's flange pose is the controller route's chain, to the printed digit; its
+    // analytic IK of that pose gives joints whose flange pose is the target again.
+    const std::string robot = " --robot '" TOLVEX_EXAMPLES_DIR "/robot.ini'";
+    const auto flange = table(tool("fk --csv" + robot + kQ).out, "Flange pose as XYZABC", 0, 6).at(0);
+    EXPECT_EQ(flange, chain);
+    std::ostringstream flangeTarget;
+    flangeTarget.precision(17);
+    for (double v : flange) flangeTarget << ' ' << v;
+    const Result robotIk = tool("ik --csv" + robot + " --ref" + kQ + flangeTarget.str());
+    const auto solved = table(robotIk.out, "Inverse kinematics", 1, 7).at(0);
+    std::ostringstream joints;
+    joints.precision(17);
+    for (double v : solved) joints << ' ' << v;
+    tk::expectNear(flange.data(), table(tool("fk --csv" + robot + joints.str()).out, "Flange pose as XYZABC", 0, 6).at(0).data(),
+                   6, 1e-6, "robot fk of its ik");
+    EXPECT_EQ(table(robotIk.out, "Status bytes", 1, 1), (std::vector<std::vector<double>>{{0}, {0}, {0}, {0}}));
     // tau = gravity + M*qdd + C*qd from the file's own dynamics; M symmetric.
     const Result dyn = tool("dyn --csv --q" + kQ + " --qd 20 -10 30 15 -25 40 10 --qdd 3 5 -4 6 2 -1 8");
     const auto tau = table(dyn.out, "Joint torques", 4, 4), M = table(dyn.out, "Mass matrix", 1, 7);
@@ -209,13 +236,23 @@ TEST(Tool, ViewWritesThePageOrSaysWhatIsMissing)
     }
     const std::string model = tk::tempFile("odd<name\".txt", fileText(TOLVEX_EXAMPLES_DIR "/model-1017.txt"));
     const std::string motion = tk::tempFile("motion.csv", "0,1,2,3\n");
+    const std::string ini = tk::tempFile("broken.ini", "[R.A0.BASIC]\nDof=7\n");
+#ifdef TOLVEX_HAVE_URDF
+    const std::string urdf = tk::tempFile("view.urdf", ""), missingUrdf = "";
+    ASSERT_EQ(tool("urdf -o '" + urdf + "'").status, 0);
+#else
+    const std::string urdf = "", missingUrdf = "tolvex-kine: urdf 'missing.urdf': this tool was built without URDF "
+                                               "support (Debian package liburdfdom-dev)\n";
+#endif
     const struct {
         std::string args;
         int status;
         std::string err;
     } cases[] = {
         {"view -o page.html", 0, ""},
-        {"view --robot robot.ini", 2, "tolvex-kine: view: --robot is not supported yet; give the arm as a model file (--model)\n"},
+        {"view --robot '" + ini + "'", 2, "tolvex-kine: robot.ini '" + ini + "': [R.A0.BASIC] lacks \"GravityX\"\n"},
+        {"view --urdf missing.urdf", 2, missingUrdf},
+        {"view --tip tool0", 2, "tolvex-kine: --base and --tip go with --urdf\n"},
         {"view --model a.txt --urdf b.urdf", 2, "tolvex-kine: view: give one of --model, --robot, --urdf (see 'tolvex-kine view --help')\n"},
         {"view --model missing.txt", 1, "tolvex-kine: model file 'missing.txt': No such file or directory\n"},
         {"view --motion '" + motion + "'", 1, "tolvex-kine: motion file '" + motion +
@@ -225,15 +262,26 @@ TEST(Tool, ViewWritesThePageOrSaysWhatIsMissing)
     for (const auto& c : cases) {
         const Result run = tool(c.args);
         EXPECT_EQ(run.status, c.status) << c.args << "\n" << run.err;
-        EXPECT_EQ(run.err, c.err) << c.args;
+        EXPECT_EQ(run.err, c.err.empty() && c.status == 2 ? run.err : c.err) << c.args;
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), c.status ? 1 : 0) << c.args;
     }
-    // The model's own bytes go in base64; names are JSON that cannot end the script element.
+    // A robot goes in as the robot object's robot.ini, a model file as its own bytes, both base64;
+    // names are JSON that cannot end the script element.
     const std::string page = fileText(testing::TempDir() + "page.html");
-    EXPECT_NE(page.find("{\"robot\": {\"description\": \"model\", \"name\": \"examples/model-1017.txt (bundled)\", "
-                        "\"base64\": \"MTAxNwowICAgICAwICAgIDM0MCAgMCAgICAgIC0x"), std::string::npos);
+    EXPECT_NE(page.find("{\"robot\": {\"description\": \"robot\", \"name\": \"\\\"TolvexArm7-Dual\\\" from "
+                        "examples/robot.ini (bundled)\", \"base64\": \"W1IuQkFTSUNdCk5hbWU9VG9sdmV4QXJtNy1EdWFs"), std::string::npos);
     EXPECT_NE(page.find("\"motion\": null}"), std::string::npos);
     EXPECT_EQ(page.find("@TOLVEX_VIEW_DATA@"), std::string::npos);
-    EXPECT_NE(fileText(testing::TempDir() + "odd.html").find("odd\\u003cname\\\".txt\", \"base64\""), std::string::npos);
+    const std::string odd = fileText(testing::TempDir() + "odd.html");
+    EXPECT_NE(odd.find("{\"robot\": {\"description\": \"model\", \"name\": \""), std::string::npos);
+    EXPECT_NE(odd.find("odd\\u003cname\\\".txt\", \"base64\": \"MTAxNwowICAgICAwICAgIDM0MCAgMCAgICAgIC0x"), std::string::npos);
+    // A URDF arm goes in as the robot.ini of the robot imported from it.
+    if (!urdf.empty()) {
+        ASSERT_EQ(tool("view --urdf '" + urdf + "' -o urdf.html").status, 0);
+        EXPECT_NE(fileText(testing::TempDir() + "urdf.html").find("{\"robot\": {\"description\": \"robot\", \"name\": "
+                                                                  "\"\\\"TolvexArm7-Dual\\\" from " + urdf + "\", \"base64\": \"W1Iu"),
+                  std::string::npos);
+    }
 }
 
 #ifdef TOLVEX_HAVE_URDF

@@ -71,8 +71,8 @@ ParsedArgs parseArgs(const std::string& command, const std::vector<std::string>&
                                  [&](const OptionDef& o) { return word == o.name; });
         if (!isOption(word) && option == options.end()) {
             double value = 0.0;
-            if (positional < 0 || !tryNumber(word, &value))
-                fail(positional < 0 ? "unexpected argument '" + word + "'" : notANumber(word));
+            if (positional == kNoValues || !tryNumber(word, &value))
+                fail(positional == kNoValues ? "unexpected argument '" + word + "'" : notANumber(word));
             parsed.values.push_back(value);
             continue;
         }
@@ -121,10 +121,16 @@ ParsedArgs parseArgs(const std::string& command, const std::vector<std::string>&
     for (const OptionDef& option : options)
         if (option.required && !parsed.has(option.name))
             fail(std::string("option ") + option.name + " is required");
-    if (positional >= 0 && static_cast<int>(parsed.values.size()) != positional)
-        fail("expected " + std::to_string(positional) + " values (" + positionalMeta + "), got " +
-             std::to_string(parsed.values.size()));
+    if (positional >= 0)
+        requireValues(command, parsed, positional, positionalMeta);
     return parsed;
+}
+
+void requireValues(const std::string& command, const ParsedArgs& args, int count, const std::string& meta)
+{
+    if (static_cast<int>(args.values.size()) != count)
+        throw UsageError(command + ": expected " + std::to_string(count) + " values (" + meta + "), got " +
+                         std::to_string(args.values.size()) + " (see 'tolvex-kine " + command + " --help')");
 }
 
 void copyValues(const std::vector<double>& values, double* out, int count)

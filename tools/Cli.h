@@ -50,13 +50,19 @@ struct ParsedArgs {
     std::string textOr(const std::string& name, const std::string& fallback) const;
 };
 
+// Positional counts besides an exact one: none allowed, or as many as the command checks.
+constexpr int kNoValues = -1;
+constexpr int kCheckedByCommand = -2;
+
 // Parses argv against `options`; numbers that are not option values are
-// positional and must number exactly `positional` (-1: none allowed). Throws
+// positional and must number exactly `positional` (or see above). Throws
 // UsageError naming the command on unknown options, missing or non-numeric
 // values and a wrong count.
 ParsedArgs parseArgs(const std::string& command, const std::vector<std::string>& args,
                      const std::vector<OptionDef>& options, int positional,
                      const char* positionalMeta);
+// Throws the UsageError of parseArgs unless there are `count` positional values.
+void requireValues(const std::string& command, const ParsedArgs& args, int count, const std::string& meta);
 
 // Copies the first `count` of `values` to `out`.
 void copyValues(const std::vector<double>& values, double* out, int count);

@@ -22,6 +22,10 @@ int runPsiMap(const ParsedArgs& args);
 // Why a solve with these status bytes failed, for the one-line error.
 std::string failureReason(const unsigned char flags[3]);
 
+// Robot object route of fk and ik (--robot or --urdf): the robot's own joints and base frame.
+int runRobotFk(const ParsedArgs& args);
+int runRobotIk(const ParsedArgs& args);
+
 // robot.ini route (link chain, locked-joint IK).
 int runIni(const ParsedArgs& args);
 int runChainFk(const ParsedArgs& args);

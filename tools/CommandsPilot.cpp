@@ -1,4 +1,5 @@
-// Commands on the numeric model file route: fk, jacobian, limits, ik, nsp.
+// Commands on the numeric model file route: fk, jacobian, limits, ik, nsp (fk and ik
+// hand --robot to the robot object's route).
 #include <cmath>
 
 #include "interface/Globals.h"
@@ -16,15 +17,6 @@ std::string joinNumbers(const double* values, int count)
     for (int i = 0; i < count; ++i)
         text += (i ? ", " : "") + formatNumber(values[i], 2);
     return text;
-}
-
-Table statusTable(const unsigned char flags[3])
-{
-    Table table{"Status bytes", {"byte", "value", "meaning"}, {}};
-    static const char* const kNames[3] = {"flag1", "flag2", "flag3"};
-    for (int i = 0; i < 3; ++i)
-        table.addRow({word(kNames[i]), num(flags[i], 0), word(ikFlagMeaning(i, flags[i]))});
-    return table;
 }
 
 }  // namespace
@@ -126,7 +118,7 @@ bool reportIk(Report& report, double ref[7], double target[6], double out[7], st
     appendNumbers(row, out, 7);
     joints.addRow(row);
     report.add(joints);
-    report.add(statusTable(flags));
+    report.add(statusTable(flags, 3));
     if (ok) {
         double check[4][4], distance = 0.0, angle = 0.0;
         OnKine(out, check);
@@ -148,7 +140,7 @@ bool reportArmAngles(Report& report, double ref[7], double target[6],
     FX_XYZABC2Matrix4DEG(target, pose);
     unsigned char flags[3] = {0, 0, 0};
     if (!OnInvKine(pose, ref, base, &flags[0], &flags[1], &flags[2])) {
-        report.add(statusTable(flags));
+        report.add(statusTable(flags, 3));
         *why = failureReason(flags);
         return false;
     }
@@ -203,6 +195,10 @@ int printJointSection(const ParsedArgs& args, void (*section)(Report&, double*),
 
 int runFk(const ParsedArgs& args)
 {
+    requireOneArm("fk", args);
+    if (args.has("--robot"))
+        return runRobotFk(args);
+    requireValues("fk", args, 7, "q1 ... q7");
     loadModelOf(args);
     return printJointSection(args, reportFk);
 }
@@ -228,6 +224,9 @@ int runLimits(const ParsedArgs& args)
 
 int runIk(const ParsedArgs& args)
 {
+    requireOneArm("ik", args);
+    if (args.has("--robot"))
+        return runRobotIk(args);
     loadModelOf(args);
     double ref[7], target[6], out[7];
     copyValues(args.numbers.at("--ref"), ref, 7);

@@ -1,13 +1,15 @@
 // The view command: one self-contained HTML page that shows the arm in 3D and
 // computes with the library compiled to WebAssembly. The page is bundled into the
 // tool at build time; the arm's description and a motion to play go into it here,
-// as the files' own bytes, so the page loads them with the library's own readers.
+// so the page loads them with the library's own readers: a model file as it is, a
+// robot.ini or URDF arm as the robot.ini of the robot object built from it here.
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "tools/Commands.h"
 #include "tools/EmbeddedPage.h"
+#include "robot/RobotIni.h"
 #include "tools/Models.h"
 #include "viewer/MotionCsv.h"
 
@@ -59,29 +61,34 @@ std::string fileJson(const std::string& name, const std::vector<char>& bytes, co
     return "{" + extra + "\"name\": " + jsonText(name) + ", \"base64\": \"" + base64(bytes) + "\"}";
 }
 
-// The arm as the page loads it, refused here when the library cannot load it.
-std::string armJson(const ParsedArgs& args)
+// The arm as the page loads it, refused here when the library cannot load it: a model
+// file as it is, a robot (robot.ini or URDF) as the robot object's robot.ini, which the
+// page reads back into the same robot. *dof: the arm's joints.
+std::string armJson(const ParsedArgs& args, int* dof)
 {
-    if (args.has("--model") + args.has("--robot") + args.has("--urdf") > 1)
-        throw UsageError("view: give one of --model, --robot, --urdf (see 'tolvex-kine view --help')");
-    // The robot object will draw robot.ini and URDF arms; until then the page takes model files.
-    for (const char* option : {"--robot", "--urdf"})
-        if (args.has(option))
-            throw UsageError(std::string("view: ") + option + " is not supported yet; give the arm as a model file (--model)");
-    const std::string path = args.textOr("--model", "");
-    std::vector<char> bytes = modelBytes(path);
-    loadModelText(bytes, modelName(path));
-    return fileJson(modelName(path), bytes, "\"description\": \"model\", ");
+    requireOneArm("view", args);
+    if (args.has("--model")) {
+        const std::string path = args.texts.at("--model");
+        std::vector<char> bytes = modelBytes(path);
+        loadModelText(bytes, modelName(path));
+        *dof = 7;
+        return fileJson(modelName(path), bytes, "\"description\": \"model\", ");
+    }
+    std::string name;
+    const tk::Robot robot = givenRobot("view", args, &name);
+    *dof = robot.dof();
+    const std::string text = tk::robotIniText(robot.description());
+    return fileJson(name, std::vector<char>(text.begin(), text.end()), "\"description\": \"robot\", ");
 }
 
-std::string motionJson(const ParsedArgs& args)
+std::string motionJson(const ParsedArgs& args, int dof)
 {
     if (!args.has("--motion"))
         return "null";
     const std::string path = args.texts.at("--motion");
     std::vector<char> bytes = readWholeFile(path, "motion file");
     std::vector<MotionRow> rows;
-    const std::string why = readMotionCsv(bytes.data(), bytes.size(), 7, rows);
+    const std::string why = readMotionCsv(bytes.data(), bytes.size(), dof, rows);
     if (!why.empty())
         throw Failure("motion file '" + path + "': " + why);
     return fileJson(path, bytes);
@@ -93,7 +100,9 @@ int runView(const ParsedArgs& args)
 {
     if (kViewPage[0] == '\0')
         throw UsageError(std::string("view: the page was not built: ") + kViewPageMissing);
-    const std::string data = "{\"robot\": " + armJson(args) + ", \"motion\": " + motionJson(args) + "}";
+    int dof = 0;
+    const std::string arm = armJson(args, &dof);
+    const std::string data = "{\"robot\": " + arm + ", \"motion\": " + motionJson(args, dof) + "}";
     std::string page = kViewPage;
     page.replace(page.find(kViewDataMark), std::strlen(kViewDataMark), data);
 

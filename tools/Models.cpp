@@ -301,19 +301,45 @@ void requireSevenLinks(const std::string& command)
                       " links in arm 0, 7 needed");
 }
 
+namespace {
+
+// readRobotIni of the file at `path`, or of the bundled examples/robot.ini when empty.
+tk::RobotDescription readRobotDescription(const std::string& path)
+{
+    if (!path.empty())
+        return tk::readRobotIni(path);
+    const TempFile file(std::string(reinterpret_cast<const char*>(kBundledRobot.data), kBundledRobot.size));
+    return tk::readRobotIni(file.path);
+}
+
+}  // namespace
+
 tk::Robot loadProductRobot(const std::string& path)
 {
-    std::string file = path;
-    if (path.empty())
-        file = bundledRobotFile();
     try {
-        tk::Robot robot(tk::readRobotIni(file));
-        if (path.empty())
-            unlink(file.c_str());
+        return tk::Robot(readRobotDescription(path));
+    } catch (const tk::Error& e) {
+        throw Failure(e.what());
+    }
+}
+
+void requireOneArm(const std::string& command, const ParsedArgs& args)
+{
+    if (args.has("--model") + args.has("--robot") + args.has("--urdf") > 1)
+        throw UsageError(command + ": give one of --model, --robot, --urdf (see 'tolvex-kine " + command + " --help')");
+}
+
+tk::Robot givenRobot(const std::string& command, const ParsedArgs& args, std::string* name)
+{
+    requireOneArm(command, args);
+    const bool urdf = urdfGiven(args);
+    const std::string source = urdf ? args.texts.at("--urdf") : robotName(args.textOr("--robot", ""));
+    try {
+        tk::Robot robot(urdf ? urdfDescription(args) : readRobotDescription(args.textOr("--robot", "")));
+        const std::string& called = robot.description().name;
+        *name = called.empty() ? source : "\"" + called + "\" from " + source;
         return robot;
     } catch (const tk::Error& e) {
-        if (path.empty())
-            unlink(file.c_str());
-        throw Failure(e.what());
+        throw UsageError((urdf ? "urdf '" + source + "': " : std::string()) + e.what());
     }
 }

@@ -1,7 +1,8 @@
 // Loading the two model descriptions into the library's global records for the
 // tool: the numeric model file (Pilot arm) and robot.ini (link chain, locked-joint
 // IK), from a path or from the copies bundled in the binary, with the library's
-// console lines kept out of the tool's output.
+// console lines kept out of the tool's output; and the robot object of a robot.ini
+// or a URDF for the commands on it.
 #ifndef TOLVEX_TOOLS_MODELS_H
 #define TOLVEX_TOOLS_MODELS_H
 
@@ -69,5 +70,11 @@ void loadModelOf(const ParsedArgs& args);
 // The robot.ini route into `rob` and `ik`: the file, or the robot.ini written for the URDF.
 void loadRobotOf(const ParsedArgs& args);
 
+// Throws UsageError when more than one of --model, --robot, --urdf is given.
+void requireOneArm(const std::string& command, const ParsedArgs& args);
+// The robot object a command is given: --robot FILE (robot.ini) or --urdf FILE [--base LINK]
+// [--tip LINK]; neither: the bundled examples/robot.ini. *name: its name and file, for titles.
+// Throws UsageError with the file's fault in one line ("urdf 'FILE': ..." for a URDF).
+tk::Robot givenRobot(const std::string& command, const ParsedArgs& args, std::string* name);
 
 #endif

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "math/FxScalar.h"
+#include "tools/PrintedValues.h"
 
 std::vector<std::string> jointColumns(const char* unit, int count)
 {
@@ -28,12 +29,6 @@ void appendNumbers(std::vector<Cell>& row, const double* values, int count, int 
 {
     for (int i = 0; i < count; ++i)
         row.push_back(num(values[i], decimals));
-}
-
-void degreesToRadians(const double* deg, double* rad, int count)
-{
-    for (int i = 0; i < count; ++i)
-        rad[i] = deg[i] * FX_DEG2RAD;
 }
 
 Table xyzabcTable(const std::string& title, double pose[4][4], double toMm)
@@ -72,4 +67,13 @@ void poseDifference(double a[4][4], double b[4][4], double* distance, double* an
     double sx = r[2][1] - r[1][2], sy = r[0][2] - r[2][0], sz = r[1][0] - r[0][1];
     double twiceSine = std::sqrt(sx * sx + sy * sy + sz * sz);
     *angleDeg = std::atan2(twiceSine, r[0][0] + r[1][1] + r[2][2] - 1.0) * FX_RAD2DEG;
+}
+
+Table statusTable(const unsigned char* flags, int count)
+{
+    Table table{"Status bytes", {"byte", "value", "meaning"}, {}};
+    static const char* const kNames[4] = {"flag1", "flag2", "flag3", "pose"};
+    for (int i = 0; i < count; ++i)
+        table.addRow({word(kNames[i]), num(flags[i], 0), word(ikFlagMeaning(i, flags[i]))});
+    return table;
 }

@@ -19,14 +19,15 @@ std::vector<std::string> columns(std::vector<std::string> first,
 // Appends `count` numbers to `row`.
 void appendNumbers(std::vector<Cell>& row, const double* values, int count, int decimals = 3);
 
-// rad[i] = deg[i] in radians.
-void degreesToRadians(const double* deg, double* rad, int count);
-
 // One-row XYZABC table of the pose (translation times `toMm`, angles in degrees).
 Table xyzabcTable(const std::string& title, double pose[4][4], double toMm);
 
 // The 4x4 matrix as a table: rotation unitless, translation in `unit`.
 Table poseMatrixTable(const std::string& title, double pose[4][4], const char* unit, int decimals);
+
+// The status bytes of an inverse solve in words: flag1..flag3, then (count 4) the robot
+// object's check that the joints give the pose back.
+Table statusTable(const unsigned char* flags, int count);
 
 // Distance between the translations (in the poses' unit) and angle between the
 // rotations (degrees) of two poses.

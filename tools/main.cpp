@@ -14,7 +14,7 @@ struct Command {
     const char* summary;
     const char* usage;              // what follows "tolvex-kine <name>"
     const char* example;            // arguments of one example call
-    int positional;                 // count of positional numbers, -1 for none
+    int positional;                 // count of positional numbers, or kNoValues, kCheckedByCommand
     const char* positionalMeta;
     std::vector<OptionDef> options;
     int (*run)(const ParsedArgs&);
@@ -25,6 +25,8 @@ const OptionDef kModel{"--model", OptionKind::Text, 0, "FILE",
                         "numeric model file (default: the bundled examples/model-1017.txt)"};
 const OptionDef kRobot{"--robot", OptionKind::Text, 0, "FILE",
                         "robot.ini (default: the bundled examples/robot.ini)"};
+const OptionDef kRobotObject{"--robot", OptionKind::Text, 0, "FILE",
+                              "robot.ini, through the robot object: its own joints and base frame"};
 const OptionDef kRef{"--ref", OptionKind::Numbers, 7, "q1 ... q7", "reference joints [deg]", true};
 const OptionDef kOptionalRef{"--ref", OptionKind::Numbers, 7, "q1 ... q7",
                               "reference joints [deg]: mark the solution selected for them"};
@@ -41,10 +43,12 @@ const char* const kTarget = "x y z A B C";
 const std::vector<Command>& commands()
 {
     static const std::vector<Command> kCommands = {
-        {"fk", "tool pose of seven joint angles (Pilot model)", "[--model FILE] q1 ... q7",
-         "0 0 0 0 0 0 0", 7, kJoints, {kModel}, runFk,
+        {"fk", "tool pose of seven joint angles (Pilot model), or a robot's flange pose",
+         "[--model FILE | --robot FILE] q1 ... qn", "0 0 0 0 0 0 0", kCheckedByCommand, kJoints,
+         {kModel, kRobotObject}, runFk,
          "Joints in degrees; the pose as a 4x4 matrix (mm) and as XYZABC (mm, degrees,\n"
-         "R = Rz(C) Ry(B) Rx(A))."},
+         "R = Rz(C) Ry(B) Rx(A)). With --robot: the robot object's flange pose, one angle per\n"
+         "joint, in the base frame of its description, as the browser view shows it."},
         {"jacobian", "6x7 Jacobian of the tool centre (Pilot model)", "[--model FILE] q1 ... q7",
          "10 -30 -20 -60 15 -40 -25", 7, kJoints, {kModel}, runJacobian,
          "Per radian of joint motion: rows 0-2 in m/rad, rows 3-5 (the joint axes) unitless."},
@@ -55,11 +59,13 @@ const std::vector<Command>& commands()
          "together against the corner curves of their coupled range (FX_CheckPilotLimits).\n"
          "The FX_CCSBD_CHECK column shows the host check, which never flags joints 6/7\n"
          "beyond their own ranges."},
-        {"ik", "joints for a tool pose, elbow from a reference (Pilot model)",
-         "[--model FILE] --ref q1 ... q7 x y z A B C",
-         "--ref 0 -30 0 -60 0 -40 0 700 30 640 150 50 165", 6, kTarget, {kModel, kRef}, runIk,
+        {"ik", "joints for a tool pose, elbow from a reference (Pilot model, or a robot's analytic arm)",
+         "[--model FILE | --robot FILE] --ref q1 ... q7 x y z A B C",
+         "--ref 0 -30 0 -60 0 -40 0 700 30 640 150 50 165", 6, kTarget, {kModel, kRobotObject, kRef}, runIk,
          "Target in mm and degrees. Reference joint 4 picks the elbow branch, joints 1-2\n"
-         "the elbow plane. Exit status 1 when the target cannot be solved."},
+         "the elbow plane. Exit status 1 when the target cannot be solved. With --robot: the\n"
+         "robot object's analytic arm, the flange pose in its base frame, the joints in its own\n"
+         "convention (exit status 2, with the reason, for an arm without the analytic form)."},
         {"nsp", "re-solve a pose at other arm angles (elbow turned, tool kept)",
          "[--model FILE] --ref q1 ... q7 --angle PSI x y z A B C",
          "--ref 0 -30 0 -60 0 -40 0 --angle 45 700 30 640 150 50 165", 6, kTarget,
@@ -150,17 +156,19 @@ const std::vector<Command>& commands()
          "cycle (t, q1..q7, x, y, z, A, B, C, arm angle), the file 'view --motion' plays. Exit\n"
          "status 1, with the first failing point, when the move cannot be done."},
         {"view", "a 3D view of the arm in one HTML page, computed by the library itself",
-         "[--model FILE | --robot FILE | --urdf FILE] [--motion FILE.csv] [-o FILE.html]",
+         "[--robot FILE | --urdf FILE [--base LINK] [--tip LINK] | --model FILE] [--motion FILE.csv] "
+         "[-o FILE.html]",
          "-o arm.html", -1, "",
-         {kModel, {"--robot", OptionKind::Text, 0, "FILE", "robot.ini (not yet supported)"},
-          {"--urdf", OptionKind::Text, 0, "FILE", "URDF (not yet supported)"},
+         {kRobot, {"--model", OptionKind::Text, 0, "FILE", "a numeric model file instead, through the entry points"},
           {"--motion", OptionKind::Text, 0, "FILE.csv", "a motion to play back, as 'move --csv' writes it"},
           {"-o", OptionKind::Text, 0, "FILE.html", "the page to write (default tolvex-view.html)"}},
          runView,
          "One self-contained page (no server, works offline): the arm from its frames, joint\n"
          "sliders with the limit verdict, a tool target the inverse kinematics follows, the\n"
          "arm-angle slider with its usable intervals, motion playback. three.js draws it; the\n"
-         "library compiled to WebAssembly computes every number."},
+         "library compiled to WebAssembly computes every number. A robot.ini or URDF arm is\n"
+         "built into the robot object here and given to the page as robot.ini; an arm without\n"
+         "the analytic form gets forward kinematics, sliders and playback, and the page says why."},
         {"import", "a URDF in: report, robot.ini and model file for the controller routes",
          "FILE.urdf [--base LINK] [--tip LINK] [-o DIR]", "arm.urdf -o arm", -1, "",
          {{"-o", OptionKind::Text, 0, "DIR", "write DIR/robot.ini (and DIR/model.txt for the analytic form)"}},

@@ -1,16 +1,16 @@
 #include "viewer/core/ViewCore.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "interface/Globals.h"
 #include "interface/TolvexKine.h"
-#include "pilot/PilotArmAngleMap.h"
-#include "pilot/PilotLimitCheck.h"
 #include "tools/PrintedValues.h"
 #include "viewer/MotionCsv.h"
+#include "viewer/core/ViewArm.h"
 
 #include <emscripten/emscripten.h>
 
@@ -19,19 +19,14 @@
 
 namespace {
 
-// The model loader reads a file: the page's text goes to one in memory first.
-const char* const kModelPath = "/tmp/tolvex-view-model.txt";
+// The loaders read files: the page's text goes to one in memory first.
+const char* const kDescriptionPath = "/tmp/tolvex-view-arm";
 
 std::string message;
 std::string formatted;
-int loadedDof = 0;
-int capabilities = 0;
+std::string lacking;
+std::unique_ptr<ViewArm> arm;
 std::vector<double> motionRows;
-
-void copyMatrix(const double from[4][4], double* to)
-{
-    std::memcpy(to, from, 16 * sizeof(double));
-}
 
 bool writeFile(const char* path, const char* bytes, std::size_t size)
 {
@@ -42,19 +37,13 @@ bool writeFile(const char* path, const char* bytes, std::size_t size)
     return std::fclose(file) == 0 && written;
 }
 
-int loadModelFile(const char* bytes, std::size_t size)
+// False, with the message, unless an arm is loaded that offers `capability`.
+bool offers(int capability)
 {
-    if (!writeFile(kModelPath, bytes, size)) {
-        message = "the model text cannot be written to the page's memory file system";
-        return 0;
-    }
-    if (!OnInitKine_TOLVEXKINE(0, kModelPath)) {
-        message = "the model file does not load (tolvex-kine fk --model FILE names the faulty line)";
-        return 0;
-    }
-    loadedDof = 7;
-    capabilities = TKV_CAN_IK | TKV_CAN_ARM_ANGLE;
-    return 1;
+    if (arm && (arm->capabilities() & capability))
+        return true;
+    message = arm ? "this arm has no analytic inverse kinematics: " + arm->lacking() : "no arm is loaded";
+    return false;
 }
 
 }  // namespace
@@ -65,17 +54,21 @@ TKV_EXPORT int tkv_load(int description, const char* text, int size)
         message = "no description text";
         return 0;
     }
-    switch (description) {
-    case TKV_MODEL_FILE:
-        return loadModelFile(text, static_cast<std::size_t>(size));
-    case TKV_ROBOT_INI:
-    case TKV_URDF:
-        message = "this page draws arms from a numeric model file only, for now";
-        return 0;
-    default:
+    if (description != TKV_MODEL_FILE && description != TKV_ROBOT_INI) {
         message = "unknown description kind " + std::to_string(description);
         return 0;
     }
+    if (!writeFile(kDescriptionPath, text, static_cast<std::size_t>(size))) {
+        message = "the description cannot be written to the page's memory file system";
+        return 0;
+    }
+    std::unique_ptr<ViewArm> loaded = description == TKV_MODEL_FILE ? loadModelArm(kDescriptionPath, &message)
+                                                                    : loadRobotArm(kDescriptionPath, &message);
+    std::remove(kDescriptionPath);
+    if (!loaded)
+        return 0;
+    arm = std::move(loaded);
+    return 1;
 }
 
 TKV_EXPORT const char* tkv_message(void)
@@ -85,39 +78,45 @@ TKV_EXPORT const char* tkv_message(void)
 
 TKV_EXPORT int tkv_dof(void)
 {
-    return loadedDof;
+    return arm ? arm->dof() : 0;
 }
 
 TKV_EXPORT int tkv_capabilities(void)
 {
-    return capabilities;
+    return arm ? arm->capabilities() : 0;
+}
+
+TKV_EXPORT const char* tkv_lacking(void)
+{
+    lacking = arm ? arm->lacking() : "";
+    return lacking.c_str();
 }
 
 TKV_EXPORT int tkv_frame_count(void)
 {
-    return loadedDof + 2;
+    return arm ? arm->frameCount() : 0;
+}
+
+TKV_EXPORT int tkv_flag_count(void)
+{
+    return arm ? arm->flagCount() : 0;
 }
 
 TKV_EXPORT void tkv_joint_limits(double* lower, double* upper)
 {
-    for (int i = 0; i < loadedDof; ++i) {
-        lower[i] = lmt.JointMin[i];
-        upper[i] = lmt.JointMax[i];
-    }
+    if (arm)
+        arm->jointLimits(lower, upper);
+}
+
+TKV_EXPORT void tkv_base_frame(double* frame)
+{
+    if (arm)
+        arm->baseFrame(frame);
 }
 
 TKV_EXPORT int tkv_fk(const double* q, double* frames, double* xyzabc)
 {
-    double pose[4][4];
-    if (!OnKine(q, pose))
-        return 0;
-    // OnKine leaves every joint frame of this posture in the model record.
-    for (int i = 0; i < 7; ++i)
-        copyMatrix(pilot.joint_pose[i], frames + 16 * i);
-    copyMatrix(pilot.flange_pose, frames + 16 * 7);
-    copyMatrix(pose, frames + 16 * 8);
-    poseToXyzabc(pose, 1.0, xyzabc);
-    return 1;
+    return arm && arm->fk(q, frames, xyzabc) ? 1 : 0;
 }
 
 TKV_EXPORT void tkv_pose_matrix(const double* xyzabc, double* pose)
@@ -125,7 +124,7 @@ TKV_EXPORT void tkv_pose_matrix(const double* xyzabc, double* pose)
     double values[6], matrix[4][4];
     std::memcpy(values, xyzabc, sizeof values);
     FX_XYZABC2Matrix4DEG(values, matrix);
-    copyMatrix(matrix, pose);
+    std::memcpy(pose, matrix, sizeof matrix);
 }
 
 TKV_EXPORT void tkv_pose_xyzabc(const double* pose, double* xyzabc)
@@ -137,43 +136,37 @@ TKV_EXPORT void tkv_pose_xyzabc(const double* pose, double* xyzabc)
 
 TKV_EXPORT int tkv_limit_verdict(const double* q, unsigned char* state)
 {
-    PilotLimitVerdict verdict;
-    const bool inside = FX_CheckPilotLimits(&lmt, q, &verdict);
-    std::memcpy(state, verdict.state, 7);
-    return inside ? 1 : 0;
+    return arm && arm->limitVerdict(q, state) ? 1 : 0;
 }
 
 TKV_EXPORT int tkv_ik(const double* target, const double* ref, double* q, unsigned char* flags)
 {
     double pose[4][4];
     std::memcpy(pose, target, sizeof pose);
-    return OnInvKine(pose, ref, q, &flags[0], &flags[1], &flags[2]);
+    return offers(TKV_CAN_IK) && arm->ik(pose, ref, q, flags) ? 1 : 0;
 }
 
 TKV_EXPORT int tkv_arm_angle(double psi, const double* ref, double* q, unsigned char* flags)
 {
-    return OnInvKine_NSP(psi, ref, q, &flags[0], &flags[1], &flags[2]);
+    return offers(TKV_CAN_ARM_ANGLE) && arm->armAngle(psi, ref, q, flags) ? 1 : 0;
+}
+
+TKV_EXPORT double tkv_arm_angle_of(const double* q)
+{
+    return offers(TKV_CAN_ARM_ANGLE) ? arm->armAngleOf(q) : NAN;
+}
+
+TKV_EXPORT const char* tkv_arm_angle_zero(void)
+{
+    return offers(TKV_CAN_ARM_ANGLE) ? arm->armAngleZero() : "";
 }
 
 TKV_EXPORT int tkv_arm_angle_map(const double* target, const double* ref, double step,
                                  double* intervals, int* reference, unsigned char* flags)
 {
-    static PilotArmAngleMap map;
-    double pose[4][4], referenceJoints[7];
+    double pose[4][4];
     std::memcpy(pose, target, sizeof pose);
-    std::memcpy(referenceJoints, ref, sizeof referenceJoints);
-    // The pose solve lands in the entry points' record, so tkv_arm_angle re-solves this pose.
-    const bool solved = FX_PilotArmAngleMap(&pilot, &lmt, referenceJoints, pose, step, &nbase, &map);
-    std::memcpy(flags, map.flags, 3);
-    if (!solved)
-        return -1;
-    const int stored = map.count < PILOT_MAX_ARM_ANGLE_INTERVALS ? map.count : PILOT_MAX_ARM_ANGLE_INTERVALS;
-    for (int n = 0; n < stored; ++n) {
-        intervals[2 * n] = map.interval[n].start.angle;
-        intervals[2 * n + 1] = map.interval[n].end.angle;
-    }
-    *reference = map.reference;
-    return stored;
+    return offers(TKV_CAN_ARM_ANGLE) ? arm->armAngleMap(pose, ref, step, intervals, reference, flags) : -1;
 }
 
 TKV_EXPORT const char* tkv_format(double value, int decimals)
@@ -195,14 +188,14 @@ TKV_EXPORT const char* tkv_limit_text(int state)
 TKV_EXPORT int tkv_motion_read(const char* text, int size)
 {
     std::vector<MotionRow> rows;
-    message = text != nullptr && size >= 0 ? readMotionCsv(text, static_cast<std::size_t>(size), loadedDof, rows)
+    message = text != nullptr && size >= 0 ? readMotionCsv(text, static_cast<std::size_t>(size), tkv_dof(), rows)
                                            : "no motion text";
     motionRows.clear();
     if (!message.empty())
         return -1;
     for (const MotionRow& row : rows) {
         motionRows.push_back(row.time);
-        motionRows.insert(motionRows.end(), row.joints, row.joints + loadedDof);
+        motionRows.insert(motionRows.end(), row.joints, row.joints + tkv_dof());
         motionRows.insert(motionRows.end(), row.pose, row.pose + 6);
         motionRows.push_back(row.armAngle);
     }

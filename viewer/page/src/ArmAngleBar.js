@@ -1,5 +1,5 @@
-// The arm-angle slider of the current pose: -180..180 deg from the reference's
-// elbow plane, its usable intervals drawn on the track, the reference marked at 0.
+// The arm-angle slider of the current pose: -180..180 deg, its usable intervals drawn
+// on the track, the arm angle of the posture set or solved marked.
 const USABLE = '#8ce99a';
 const UNUSABLE = '#ffc9c9';
 
@@ -16,12 +16,14 @@ export class ArmAngleBar {
   constructor(elements, onChange) {
     this.slider = elements.slider;
     this.band = elements.band;
+    this.mark = elements.mark;
     this.text = elements.text;
     this.slider.addEventListener('input', () => onChange(Number(this.slider.value)));
   }
 
-  // The usable intervals of the current pose (none when the map failed) and a line about them.
-  show(map, describe) {
+  // The usable intervals of the current pose (none when the map failed), a line about them,
+  // and the slider and its mark at the arm angle `psi` of the posture shown.
+  show(map, describe, psi) {
     const stops = [`${UNUSABLE} 0%`];
     for (const [from, to] of pieces(map.intervals).sort((a, b) => a[0] - b[0]))
       stops.push(`${UNUSABLE} ${percent(from)}%`, `${USABLE} ${percent(from)}%`, `${USABLE} ${percent(to)}%`,
@@ -30,9 +32,9 @@ export class ArmAngleBar {
     this.band.style.background = `linear-gradient(to right, ${stops.join(', ')})`;
     this.slider.disabled = !map.ok;
     this.text.textContent = describe;
-  }
-
-  setValue(psi) {
     this.slider.value = psi;
+    // The thumb's centre runs 8 px inside the track's ends, as the band does.
+    this.mark.style.left = `calc(8px + (100% - 16px) * ${percent(psi) / 100})`;
+    this.mark.hidden = !Number.isFinite(psi);
   }
 }

@@ -4,7 +4,7 @@
 // Frames come from the library as row-major 4x4 matrices in millimetres; the
 // scene is in metres with z up.
 import {
-  AmbientLight, AxesHelper, BufferGeometry, CapsuleGeometry, CatmullRomCurve3, Color, CylinderGeometry,
+  AmbientLight, AxesHelper, Box3, BufferGeometry, CapsuleGeometry, CatmullRomCurve3, Color, CylinderGeometry,
   DirectionalLight, Float32BufferAttribute, GridHelper, Group, HemisphereLight, Line, LineBasicMaterial, Matrix4,
   Mesh, MeshStandardMaterial, PerspectiveCamera, Scene, SphereGeometry, TubeGeometry, Vector3, WebGLRenderer,
 } from 'three';
@@ -97,12 +97,14 @@ export class ArmView {
     });
   }
 
-  // Builds the arm's bodies from its frames in any posture: link lengths do not change with the joints.
-  buildArm(frames, jointCount) {
+  // Builds the arm's bodies from where it stands and its frames in any posture: link lengths
+  // do not change with the joints.
+  buildArm(base, frames, jointCount) {
     if (!this.available) return;
     this.arm.clear();
     this.jointCount = jointCount;
-    const points = [new Vector3(0, 0, 0), ...frames.map(origin)];
+    this.base = origin(base);
+    const points = [this.base, ...frames.map(origin)];
     const reach = points.slice(1).reduce((sum, p, i) => sum + p.distanceTo(points[i]), 0) || 1;
     this.reach = reach;
     const radius = (k) => reach * (0.045 - 0.02 * Math.min(k, jointCount) / jointCount);
@@ -111,9 +113,13 @@ export class ArmView {
     const pedestal = new Mesh(new CylinderGeometry(radius(0) * 1.6, radius(0) * 1.8, reach * 0.04, 40), linkMaterial);
     pedestal.rotation.x = Math.PI / 2;
     pedestal.position.z = reach * 0.02;
-    this.arm.add(pedestal);
+    const stand = new Group();
+    stand.matrixAutoUpdate = false;
+    sceneMatrix(base, stand.matrix);
+    stand.add(pedestal);
+    this.arm.add(stand);
 
-    // Link k runs from point k to point k + 1 (point 0 the base, then the joints, flange, tool).
+    // Link k runs from point k to point k + 1 (point 0 where the arm stands, then the joints, flange, tool).
     this.links = [];
     for (let k = 0; k + 1 < points.length; ++k) {
       const length = points[k].distanceTo(points[k + 1]);
@@ -147,8 +153,9 @@ export class ArmView {
 
     this.targetHandles.setSize(0.7);
     this.targetMarker.scale.setScalar(reach);
-    this.camera.position.set(1.25 * reach, -1.35 * reach, 0.95 * reach);
-    this.orbit.target.set(0.2 * reach, 0, 0.4 * reach);
+    // Looking at the middle of the arm from the front right, from far enough to see it whole.
+    new Box3().setFromPoints(points).getCenter(this.orbit.target);
+    this.camera.position.set(1.2 * reach, -1.55 * reach, 0.65 * reach).add(this.orbit.target);
     this.orbit.update();
     this.grid?.removeFromParent();
     this.grid = new GridHelper(2 * reach, 20, 0xadb5bd, 0xdee2e6);
@@ -160,7 +167,7 @@ export class ArmView {
   // Moves the bodies to `frames`; a joint whose state is not 0 is drawn in the warning colour.
   showPosture(frames, jointStates) {
     if (!this.available) return;
-    const points = [new Vector3(0, 0, 0), ...frames.map(origin)];
+    const points = [this.base, ...frames.map(origin)];
     const up = new Vector3(0, 1, 0);
     for (const { mesh, from, to } of this.links) {
       const direction = points[to].clone().sub(points[from]);
@@ -210,6 +217,15 @@ export class ArmView {
   setTarget(frame) {
     if (!this.available) return;
     sceneMatrix(frame).decompose(this.target.position, this.target.quaternion, this.target.scale);
+    this.requestRender();
+  }
+
+  // The target and its handles are shown only where the inverse kinematics can follow them.
+  setTargetShown(shown) {
+    if (!this.available) return;
+    this.target.visible = shown;
+    this.targetHandles.enabled = shown;
+    this.targetHandles.getHelper().visible = shown;
     this.requestRender();
   }
 

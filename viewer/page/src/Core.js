@@ -2,8 +2,8 @@
 // entry point, arrays passed through a scratch block of the module's memory.
 import createTolvexCore from 'tolvex-core';
 
-// Description kinds by the tool option that gives them.
-export const Description = { model: 0, robot: 1, urdf: 2 };
+// Description kinds as the tool names them: a model file, or robot.ini (from --robot or --urdf).
+export const Description = { model: 0, robot: 1 };
 export const Capability = { IK: 1, ARM_ANGLE: 2 };
 
 const MAX_JOINTS = 8;
@@ -60,7 +60,7 @@ class Core {
     }
   }
   flags() {
-    return Array.from(this.bytes(Slot.flags, 3));
+    return Array.from(this.bytes(Slot.flags, this.m._tkv_flag_count()));
   }
 
   // Loads an arm from the bytes of its description file.
@@ -80,12 +80,23 @@ class Core {
   can(capability) {
     return (this.m._tkv_capabilities() & capability) !== 0;
   }
+  // Why the arm has no inverse kinematics ('' when it has).
+  lacking() {
+    return this.m.UTF8ToString(this.m._tkv_lacking());
+  }
   jointLimits() {
     this.m._tkv_joint_limits(this.scratch + Slot.lower, this.scratch + Slot.upper);
     return { lower: Array.from(this.doubles(Slot.lower, this.dof)), upper: Array.from(this.doubles(Slot.upper, this.dof)) };
   }
 
-  // Frames (row-major 4x4, mm) of each joint, the flange and the tool, and the tool pose x y z A B C.
+  // Where the arm stands (row-major 4x4, mm): the frame joint 1 turns in.
+  baseFrame() {
+    this.m._tkv_base_frame(this.scratch + Slot.target);
+    return Float64Array.from(this.doubles(Slot.target, 16));
+  }
+
+  // Frames (row-major 4x4, mm) of each joint, the flange (and a model's tool centre), and the
+  // last one's pose x y z A B C.
   fk(q) {
     const ok = this.m._tkv_fk(this.put(Slot.q, q), this.scratch + Slot.frames, this.scratch + Slot.xyzabc);
     if (!ok) return null;
@@ -115,6 +126,13 @@ class Core {
     const ok = this.m._tkv_arm_angle(psi, this.put(Slot.ref, ref), this.scratch + Slot.out,
       this.scratch + Slot.flags) === 1;
     return { ok, q: Array.from(this.doubles(Slot.out, this.dof)), flags: this.flags() };
+  }
+  // The arm angle (deg) at which armAngle gives back the posture q set or solved, and what 0 is.
+  armAngleOf(q) {
+    return this.m._tkv_arm_angle_of(this.put(Slot.q, q));
+  }
+  armAngleZero() {
+    return this.m.UTF8ToString(this.m._tkv_arm_angle_zero());
   }
   // The usable arm-angle intervals [start, end] (deg; end < start wraps through 180) of `target` for `ref`.
   armAngleMap(target, ref, step) {

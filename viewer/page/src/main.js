@@ -11,7 +11,7 @@ const DECIMALS = 3;
 const MAP_DECIMALS = 6;   // as `tolvex-kine psi-map` prints the intervals
 const MAP_STEP = 1;       // deg, the default step of psi-map
 const POSE_NAMES = ['x', 'y', 'z', 'A', 'B', 'C'];
-const FROM_REFERENCE = 'from the reference elbow plane (the posture last set)';
+const FLAG_NAMES = ['flag1', 'flag2', 'flag3', 'pose'];  // as `tolvex-kine ik` names the status bytes
 // The first posture shown (clamped into the limits): bent, away from the straight-arm singularity.
 const START_POSTURE = [10, -30, -20, -60, 15, -40, -25];
 
@@ -36,22 +36,39 @@ class Viewer {
     this.view = new ArmView($('view'), $('view-message'));
     const limits = core.jointLimits();
     this.sliders = new JointSliders($('joints'), limits, (i, value) => this.setJoint(i, value));
-    this.armAngle = new ArmAngleBar({ slider: $('arm-angle'), band: $('arm-angle-band'), text: $('arm-angle-map') },
+    this.armAngle = new ArmAngleBar({ slider: $('arm-angle'), band: $('arm-angle-band'), mark: $('arm-angle-mark'), text: $('arm-angle-map') },
       (psi) => this.setArmAngle(psi));
     this.player = new MotionPlayer({ play: $('play'), scrub: $('scrub') }, (row) => this.showMotionRow(row));
     this.buildReadout();
 
     $('robot-name').textContent = data.robot.name || '';
+    // A model file's tool centre, or a robot's flange in the base frame of its description.
+    const pose = data.robot.description === 'model' ? 'Tool' : 'Flange';
+    $('pose-title').textContent = `${pose} pose (R = Rz(C) Ry(B) Rx(A))`;
+    $('target-title').textContent = `${pose} target (drag it in the view, or type it)`;
+    $('arm-angle-title').textContent = `Arm angle: the elbow turns, the ${pose.toLowerCase()} stays`;
     this.q = limits.lower.map((lower, i) => Math.min(Math.max(START_POSTURE[i] ?? 0, lower), limits.upper[i]));
     const start = this.core.fk(this.q);
-    this.view.buildArm(start.frames, this.dof);
+    this.view.buildArm(core.baseFrame(), start.frames, this.dof);
     this.view.onTarget(() => this.grabTarget(), (frame) => this.followTarget(frame));
     this.wireTarget();
     this.wireMotion();
-    if (!core.can(Capability.IK)) $('target-section').hidden = true;
-    if (!core.can(Capability.ARM_ANGLE)) $('arm-angle-section').hidden = true;
+    this.showCapabilities();
     this.setJoints(this.q);
     if (data.motion) this.loadMotion(data.motion.name, decodeBase64(data.motion.base64));
+  }
+
+  // An arm without the analytic form keeps forward kinematics, sliders and playback; the page says why.
+  showCapabilities() {
+    const ik = this.core.can(Capability.IK);
+    const armAngle = this.core.can(Capability.ARM_ANGLE);
+    $('target-section').hidden = !ik;
+    $('help-target').hidden = !ik;
+    this.view.setTargetShown(ik);
+    $('arm-angle-section').hidden = !armAngle;
+    $('arm-angle-line').hidden = !armAngle;
+    $('analytic-note').hidden = ik;
+    $('analytic-note').textContent = ik ? '' : `No inverse kinematics or arm angle: ${this.core.lacking()}`;
   }
 
   buildReadout() {
@@ -94,7 +111,6 @@ class Viewer {
     this.player.pause();
     this.showPosture(q);
     this.takeReference();
-    this.showArmAngle(0, FROM_REFERENCE);
   }
 
   setJoint(i, value) {
@@ -104,22 +120,23 @@ class Viewer {
     this.setJoints(q);
   }
 
-  // The current posture becomes the arm angle's reference (0 deg), with the usable intervals of its pose.
+  // The current posture becomes the reference that picks the elbow, with the usable arm angles of its pose.
   takeReference() {
     this.reference = this.q.slice();
     this.showArmAngleMap();
   }
 
-  // The usable arm angles of the current tool pose, measured from the reference's elbow plane.
+  // The usable arm angles of the current pose for the reference, the slider at the posture shown.
   showArmAngleMap() {
     if (!this.core.can(Capability.ARM_ANGLE)) return;
+    const psi = this.core.armAngleOf(this.q);
     const map = this.core.armAngleMap(this.toolFrame(), this.reference, MAP_STEP);
     const usable = map.intervals.map(([s, e]) => `[${this.format(s, MAP_DECIMALS)}, ${this.format(e, MAP_DECIMALS)}]`);
     const flag = map.flags.findIndex((f) => f !== 0);
     const describe = !map.ok ? `no arm-angle map: ${flag < 0 ? 'no solution' : this.core.flagText(flag, 1)}`
       : usable.length ? `usable [deg]: ${usable.join(' ')}` : 'no arm angle keeps every joint inside its limits';
-    this.armAngle.show(map, describe);
-    this.armAngle.setValue(0);
+    this.armAngle.show(map, describe, psi);
+    this.showArmAngle(psi, `from ${this.core.armAngleZero()}`);
   }
 
   showArmAngle(value, meaning) {
@@ -133,14 +150,13 @@ class Viewer {
     this.showSolve(`Arm angle ${this.format(psi)} deg`, result);
     if (!result.ok) return;
     this.showPosture(result.q, { moveTarget: false });
-    this.showArmAngle(psi, FROM_REFERENCE);
+    this.showArmAngle(psi, `from ${this.core.armAngleZero()}`);
   }
 
   // A drag starts from the posture shown: it becomes the reference that picks the elbow.
   grabTarget() {
     this.player.pause();
     this.takeReference();
-    this.showArmAngle(0, FROM_REFERENCE);
   }
 
   // Solves for the dragged or typed target, the elbow branch and plane by the reference,
@@ -192,7 +208,7 @@ class Viewer {
     status.classList.toggle('failed', result !== null && !result.ok);
     $('solve-title').textContent = result === null ? title : `${title}: ${result.ok ? 'solved' : 'FAILED'}`;
     status.querySelector('tbody').innerHTML = result === null ? '' : result.flags.map((value, i) =>
-      `<tr><td>flag${i + 1}</td><td>${value}</td><td>${this.core.flagText(i, value)}</td></tr>`).join('');
+      `<tr><td>${FLAG_NAMES[i]}</td><td>${value}</td><td>${this.core.flagText(i, value)}</td></tr>`).join('');
   }
 
   wireMotion() {
