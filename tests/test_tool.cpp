@@ -295,9 +295,10 @@ TEST(Tool, ImportsTheUrdfItExportsAndRefusesBadOnes)
     for (const auto& row : table(in.out, "Validation", 1, 2))
         for (double v : row) EXPECT_LT(v, 1e-9);
     // The written files are the same arm through both controller routes and the robot object.
-    const auto fk = [](const std::string& args) { return table(tool("fk --csv " + args + kQ).out, "Tool pose as XYZABC", 0, 6).at(0); };
-    tk::expectNear(fk("--model '" TOLVEX_EXAMPLES_DIR "/model-1007.txt'").data(), fk("--model '" + dir + "/model.txt'").data(), 6, 1e-9);
-    tk::expectNear(fk("--model '" TOLVEX_EXAMPLES_DIR "/model-1007.txt'").data(), fk("--urdf '" + urdf + "'").data(), 6, 1e-9);
+    const auto fk = [](const std::string& args, const char* title) { return table(tool("fk --csv " + args + kQ).out, title, 0, 6).at(0); };
+    const auto want_pose = fk("--model '" TOLVEX_EXAMPLES_DIR "/model-1007.txt'", "Tool pose as XYZABC");
+    tk::expectNear(want_pose.data(), fk("--model '" + dir + "/model.txt'", "Tool pose as XYZABC").data(), 6, 1e-9);
+    tk::expectNear(want_pose.data(), fk("--urdf '" + urdf + "'", "Flange pose as XYZABC").data(), 6, 1e-9);
     const auto dyn = [](const std::string& args) { return table(tool("dyn --csv --q" + kQ + " --qd" + kQ + args).out, "Joint torques", 4, 5); };
     const auto want = dyn(""), fromIni = dyn(" --robot '" + dir + "/robot.ini'"), fromUrdf = dyn(" --urdf '" + urdf + "'");
     for (int i = 0; i < 7; ++i) {
@@ -308,7 +309,7 @@ TEST(Tool, ImportsTheUrdfItExportsAndRefusesBadOnes)
     const std::string offset = tk::tempFile("offset.urdf", "");
     ASSERT_EQ(tool("urdf --robot '" + offsetWristIni() + "' -o '" + offset + "'").status, 0);
     EXPECT_EQ(tool("dyn --urdf '" + offset + "' --q" + kQ).status, 0);
-    EXPECT_EQ(tool("fk --urdf '" + offset + "'" + kQ).err,
+    EXPECT_EQ(tool("limits --urdf '" + offset + "'" + kQ).err,
               "tolvex-kine: urdf '" + offset + "': no numeric model, the arm has not the analytic-IK form: joints 5-7 do not "
               "meet in a point: axis 7 passes 88.0 mm from the wrist centre\n");
     const std::string prismatic = tk::tempFile("prismatic.urdf", "<robot name='p'><link name='a'/><link name='b'/>"

@@ -196,7 +196,7 @@ int printJointSection(const ParsedArgs& args, void (*section)(Report&, double*),
 int runFk(const ParsedArgs& args)
 {
     requireOneArm("fk", args);
-    if (args.has("--robot"))
+    if (args.has("--robot") || args.has("--urdf"))
         return runRobotFk(args);
     requireValues("fk", args, 7, "q1 ... q7");
     loadModelOf(args);
@@ -225,7 +225,7 @@ int runLimits(const ParsedArgs& args)
 int runIk(const ParsedArgs& args)
 {
     requireOneArm("ik", args);
-    if (args.has("--robot"))
+    if (args.has("--robot") || args.has("--urdf"))
         return runRobotIk(args);
     loadModelOf(args);
     double ref[7], target[6], out[7];
