@@ -319,7 +319,7 @@ tk::Robot loadProductRobot(const std::string& path)
     try {
         return tk::Robot(readRobotDescription(path));
     } catch (const tk::Error& e) {
-        throw Failure(e.what());
+        throw UsageError(e.what());  // a file that cannot be used, as for every other input
     }
 }
 

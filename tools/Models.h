@@ -57,7 +57,7 @@ void loadRobot(const std::string& path);
 void requireSevenLinks(const std::string& command);
 
 // The robot object of the robot.ini at `path` (empty: the bundled examples/robot.ini),
-// with its own link dynamics. Throws Failure with the file's fault in one line.
+// with its own link dynamics. Throws UsageError with the file's fault in one line.
 tk::Robot loadProductRobot(const std::string& path);
 
 // What the command line describes: --urdf FILE (with --base and --tip), else --model or
