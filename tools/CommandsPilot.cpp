@@ -9,18 +9,6 @@
 #include "tools/Models.h"
 #include "tools/Tables.h"
 
-namespace {
-
-std::string joinNumbers(const double* values, int count)
-{
-    std::string text;
-    for (int i = 0; i < count; ++i)
-        text += (i ? ", " : "") + formatNumber(values[i], 2);
-    return text;
-}
-
-}  // namespace
-
 std::string failureReason(const unsigned char flags[3])
 {
     if (flags[0])

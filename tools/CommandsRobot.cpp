@@ -11,14 +11,6 @@
 
 namespace {
 
-std::string joinDegrees(const double* values, int count)
-{
-    std::string text;
-    for (int i = 0; i < count; ++i)
-        text += (i ? ", " : "") + formatNumber(values[i], 2);
-    return text;
-}
-
 std::string robotNote(const tk::Robot& robot, const std::string& name)
 {
     const int n = robot.dof();
@@ -40,7 +32,7 @@ int runRobotFk(const ParsedArgs& args)
     poseToMm(pose, mm);
     Report report(formatOf(args));
     report.note(robotNote(robot, name));
-    report.add(poseMatrixTable("Flange pose for q = (" + joinDegrees(args.values.data(), n) + ") deg", mm, "mm", 3));
+    report.add(poseMatrixTable("Flange pose for q = (" + joinNumbers(args.values.data(), n) + ") deg", mm, "mm", 3));
     report.add(xyzabcTable("Flange pose as XYZABC (R = Rz(C) Ry(B) Rx(A))", pose, 1000.0));
     report.print(stdout);
     return 0;
@@ -68,8 +60,8 @@ int runRobotIk(const ParsedArgs& args)
 
     Report report(formatOf(args));
     report.note(robotNote(robot, name));
-    Table joints{"Inverse kinematics of the flange pose (" + joinDegrees(target, 6) + ") with reference (" +
-                     joinDegrees(refDeg, 7) + ")",
+    Table joints{"Inverse kinematics of the flange pose (" + joinNumbers(target, 6) + ") with reference (" +
+                     joinNumbers(refDeg, 7) + ")",
                  columns({"result"}, jointColumns("deg")), {}};
     std::vector<Cell> row{word(result.ok ? "solved" : "FAILED")};
     appendNumbers(row, qDeg, 7);

@@ -77,3 +77,11 @@ Table statusTable(const unsigned char* flags, int count)
         table.addRow({word(kNames[i]), num(flags[i], 0), word(ikFlagMeaning(i, flags[i]))});
     return table;
 }
+
+std::string joinNumbers(const double* values, int count)
+{
+    std::string text;
+    for (int i = 0; i < count; ++i)
+        text += (i ? ", " : "") + formatNumber(values[i], 2);
+    return text;
+}

@@ -16,6 +16,9 @@ std::vector<std::string> xyzabcColumns();
 std::vector<std::string> columns(std::vector<std::string> first,
                                  const std::vector<std::string>& more);
 
+// "1.00, -2.50, ...": `count` numbers with two decimals, for titles.
+std::string joinNumbers(const double* values, int count);
+
 // Appends `count` numbers to `row`.
 void appendNumbers(std::vector<Cell>& row, const double* values, int count, int decimals = 3);
 
