@@ -206,7 +206,8 @@ static inline void NE_InwardStep(double T[4][4], const double* F, const double* 
 static inline void NE_InwardPass(FX_Pilot* p, int to, double (*F)[3], double (*N)[3],
                                  double* f, double* m, double* tau)
 {
-    for (int i = p->n - 1; i >= to; --i) {
+    // long: a count of INT_MIN (no links) must not overflow on the way to its last index.
+    for (long i = static_cast<long>(p->n) - 1; i >= to; --i) {
         NE_InwardStep(p->local_T[i + 1], F[i], N[i], f, m);
         tau[i] = m[2];
     }
@@ -228,7 +229,7 @@ static inline void NE_InwardRuns(FX_Pilot* p, NE_InwardRun* runs, int count)
 {
     for (int r = 0; r < count; ++r)
         for (int k = 0; k < 3; ++k) runs[r].f[k] = runs[r].m[k] = 0.0;
-    for (int i = p->n - 1; i >= 0; --i)
+    for (long i = static_cast<long>(p->n) - 1; i >= 0; --i)
         for (int r = 0; r < count; ++r) {
             NE_InwardRun& run = runs[r];
             if (i < run.to) continue;
