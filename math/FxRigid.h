@@ -61,4 +61,13 @@ inline void fx_copy44(const double (*__restrict src)[4], double (*__restrict dst
         for (int c = 0; c < 4; ++c) dst[r][c] = src[r][c];
 }
 
+// True when m is exactly the identity (a frame that adds nothing).
+inline bool fx_is_identity44(const double (*m)[4])
+{
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 4; ++c)
+            if (m[r][c] != (r == c ? 1.0 : 0.0)) return false;
+    return true;
+}
+
 #endif

@@ -9,6 +9,7 @@
 #include "config/IniParser.h"
 #include "math/FxMatrix.h"
 #include "math/FxPose.h"
+#include "math/FxRigid.h"
 #include "robot/Error.h"
 #include "robot/Inertia.h"
 
@@ -217,14 +218,6 @@ private:
     std::string text_;
 };
 
-bool isIdentity(const double T[4][4])
-{
-    for (int r = 0; r < 4; ++r)
-        for (int c = 0; c < 4; ++c)
-            if (T[r][c] != (r == c ? 1.0 : 0.0))
-                return false;
-    return true;
-}
 
 }  // namespace
 
@@ -292,7 +285,7 @@ std::string robotIniText(const RobotDescription& d)
     w.key("Theta", 0);
     if (!alongZ)
         w.pose("R.A0.TOOL", d.flange);
-    if (!isIdentity(d.base))
+    if (!fx_is_identity44(d.base))
         w.pose("R.A0.BASE", d.base);
     return w.text();
 }

@@ -108,13 +108,9 @@ bool reportIk(Report& report, double ref[7], double target[6], double out[7], st
     report.add(joints);
     report.add(statusTable(flags, 3));
     if (ok) {
-        double check[4][4], distance = 0.0, angle = 0.0;
+        double check[4][4];
         OnKine(out, check);
-        poseDifference(pose, check, &distance, &angle);
-        Table table{"Check: forward kinematics of the solution against the target",
-                    {"position error [mm]", "orientation error [deg]"}, {}};
-        table.addRow({num(distance, 6), num(angle, 6)});
-        report.add(table);
+        report.add(fkCheckTable(pose, check));
     } else {
         *why = failureReason(flags);
     }

@@ -71,14 +71,10 @@ int runRobotIk(const ParsedArgs& args)
                                     result.pose_missed};
     report.add(statusTable(flags, 4));
     if (result.ok) {
-        double check[4][4], checkMm[4][4], distance = 0.0, angle = 0.0;
+        double check[4][4], checkMm[4][4];
         robot.fk(q, check);
         poseToMm(check, checkMm);
-        poseDifference(targetMm, checkMm, &distance, &angle);
-        Table table{"Check: forward kinematics of the solution against the target",
-                    {"position error [mm]", "orientation error [deg]"}, {}};
-        table.addRow({num(distance, 6), num(angle, 6)});
-        report.add(table);
+        report.add(fkCheckTable(targetMm, checkMm));
     }
     report.print(stdout);
     if (!result.ok)

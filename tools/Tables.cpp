@@ -85,3 +85,13 @@ std::string joinNumbers(const double* values, int count)
         text += (i ? ", " : "") + formatNumber(values[i], 2);
     return text;
 }
+
+Table fkCheckTable(double target[4][4], double reached[4][4])
+{
+    double distance = 0.0, angle = 0.0;
+    poseDifference(target, reached, &distance, &angle);
+    Table table{"Check: forward kinematics of the solution against the target",
+                {"position error [mm]", "orientation error [deg]"}, {}};
+    table.addRow({num(distance, 6), num(angle, 6)});
+    return table;
+}

@@ -25,6 +25,9 @@ void appendNumbers(std::vector<Cell>& row, const double* values, int count, int 
 // One-row XYZABC table of the pose (translation times `toMm`, angles in degrees).
 Table xyzabcTable(const std::string& title, double pose[4][4], double toMm);
 
+// How far the forward kinematics of a solution (`reached`) lies from its target, both in mm.
+Table fkCheckTable(double target[4][4], double reached[4][4]);
+
 // The 4x4 matrix as a table: rotation unitless, translation in `unit`.
 Table poseMatrixTable(const std::string& title, double pose[4][4], const char* unit, int decimals);
 

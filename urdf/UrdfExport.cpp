@@ -5,6 +5,7 @@
 #include <set>
 #include <sstream>
 
+#include "math/FxRigid.h"
 #include "urdf/Geometry.h"
 
 namespace tk {
@@ -41,14 +42,6 @@ std::string escaped(const std::string& text)
     return out;
 }
 
-bool isIdentity(const double m[4][4])
-{
-    for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j)
-            if (m[i][j] != (i == j ? 1.0 : 0.0))
-                return false;
-    return true;
-}
 
 void requireFinite(const double* values, int count, const std::string& what)
 {
@@ -136,7 +129,7 @@ std::string exportUrdf(const RobotDescription& d)
                       "frame; metres, radians, kilograms. -->\n<robot name=\"" +
                       escaped(d.name.empty() ? "robot" : d.name) + "\">\n  <link name=\"" + base + "\"/>\n";
     std::string parent = base;
-    if (!isIdentity(d.base)) {
+    if (!fx_is_identity44(d.base)) {
         const std::string mount = names.link(baseName + "_frame0", "");
         xml += fixedJointXml(names.joint(baseName + "_frame0_joint", ""), base, mount, fromMatrix(d.base)) +
                "  <link name=\"" + mount + "\"/>\n";
@@ -162,7 +155,7 @@ std::string exportUrdf(const RobotDescription& d)
                   number(d.friction[i].offset) + "\"/>\n";
         parent = link;
     }
-    if (!d.link_name[d.dof + 1].empty() || !isIdentity(d.flange)) {
+    if (!d.link_name[d.dof + 1].empty() || !fx_is_identity44(d.flange)) {
         const std::string flangeName = d.link_name[d.dof + 1].empty() ? "flange" : d.link_name[d.dof + 1];
         const std::string flange = names.link(flangeName, "");
         xml += "  <link name=\"" + flange + "\"/>\n" +
